@@ -1,0 +1,82 @@
+#include "QSettingsStore.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QMutexLocker>
+#include <QStandardPaths>
+
+namespace valimbra {
+
+namespace {
+// QSettings treats '/' and '\' in keys as group separators; our keys are dotted and never
+// contain them, but escape defensively so a key can never address another group.
+QString iniKey(const QString& key) {
+    QString k = key;
+    k.replace(u'\\', u"%5C"_qs);
+    k.replace(u'/', u"%2F"_qs);
+    return k;
+}
+} // namespace
+
+QString QSettingsStore::defaultPath() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           u"/Brindlex/Valimbra.conf"_qs;
+}
+
+QSettingsStore::QSettingsStore(QObject* parent) : QSettingsStore(defaultPath(), parent) {}
+
+QSettingsStore::QSettingsStore(const QString& iniPath, QObject* parent)
+    : SettingsStore(parent)
+    , m_settings(std::make_unique<QSettings>(iniPath, QSettings::IniFormat)) {
+    QDir().mkpath(QFileInfo(iniPath).absolutePath());
+    m_settings->setAtomicSyncRequired(true);
+    clearTornLock(iniPath + u".lock"_qs);
+}
+
+// A process killed between creating QSettings' lock file and writing its owner into it leaves an
+// empty lock that QLockFile only treats as stale after 30 s, stalling every save until then.
+// A lock whose owner cannot be read is such a leftover; a readable one is judged by QLockFile.
+void QSettingsStore::clearTornLock(const QString& lockPath) {
+    QLockFile lock(lockPath);
+    if (lock.tryLock(0)) {
+        lock.unlock();
+        return;
+    }
+    qint64 pid = 0;
+    QString host, app;
+    if (!lock.getLockInfo(&pid, &host, &app))
+        lock.removeStaleLockFile();
+}
+
+QSettingsStore::~QSettingsStore() {
+    QMutexLocker lock(&m_mutex);
+    m_settings->sync();
+}
+
+QString QSettingsStore::fileName() const {
+    QMutexLocker lock(&m_mutex);
+    return m_settings->fileName();
+}
+
+std::optional<QVariant> QSettingsStore::readStored(const QString& key) const {
+    QMutexLocker lock(&m_mutex);
+    const QString k = iniKey(key);
+    if (!m_settings->contains(k))
+        return std::nullopt;
+    return m_settings->value(k);
+}
+
+void QSettingsStore::writeStored(const QString& key, const QVariant& v) {
+    QMutexLocker lock(&m_mutex);
+    m_settings->setValue(iniKey(key), v);
+    m_settings->sync();
+}
+
+void QSettingsStore::removeStored(const QString& key) {
+    QMutexLocker lock(&m_mutex);
+    m_settings->remove(iniKey(key));
+    m_settings->sync();
+}
+
+} // namespace valimbra
