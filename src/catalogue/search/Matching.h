@@ -1,0 +1,164 @@
+#pragma once
+
+// The character-level tests of the search: prefix, substring, in-order subsequence and a bounded
+// Levenshtein distance. Keys come in two spellings (UTF-16 units of simple text, or codes), so
+// the tests are templates over the key's element type; the query is always codes.
+
+#include "Characters.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+
+namespace valimbra::search {
+
+using Query = std::span<const CharCode>;
+
+template <typename K>
+bool startsWith(std::span<const K> key, Query q) {
+    if (q.size() > key.size())
+        return false;
+    for (std::size_t i = 0; i < q.size(); ++i)
+        if (CharCode(key[i]) != q[i])
+            return false;
+    return true;
+}
+
+template <typename K>
+bool equals(std::span<const K> key, Query q) {
+    return key.size() == q.size() && startsWith(key, q);
+}
+
+template <typename K>
+bool contains(std::span<const K> key, Query q) {
+    if (q.empty())
+        return true;
+    if (q.size() > key.size())
+        return false;
+    const CharCode first = q[0];
+    const std::size_t last = key.size() - q.size();
+    for (std::size_t i = 0; i <= last; ++i) {
+        if (CharCode(key[i]) != first)
+            continue;
+        std::size_t j = 1;
+        while (j < q.size() && CharCode(key[i + j]) == q[j])
+            ++j;
+        if (j == q.size())
+            return true;
+    }
+    return false;
+}
+
+// Walks the key once, advancing through the query on each equal character.
+template <typename K>
+bool isSubsequence(Query q, std::span<const K> key) {
+    std::size_t p = 0;
+    if (q.size() > key.size())
+        return false;
+    for (std::size_t i = 0; i < key.size() && p < q.size(); ++i)
+        if (CharCode(key[i]) == q[p])
+            ++p;
+    return p == q.size();
+}
+
+// Calls f(span word) for each piece of `key` between single spaces, empty pieces dropped.
+template <typename K, typename F>
+void forEachWord(std::span<const K> key, F&& f) {
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= key.size(); ++i) {
+        if (i == key.size() || CharCode(key[i]) == kSpace) {
+            if (i > start)
+                f(key.subspan(start, i - start));
+            start = i + 1;
+        }
+    }
+}
+
+// Levenshtein distance between q and b with unit costs, or bound + 1 as soon as it is known to
+// exceed `bound`. Only the diagonal band |i - j| <= bound can hold values within the bound, so
+// the work is O(|q| * bound) instead of O(|q| * |b|).
+template <typename K>
+int boundedDistance(Query q, std::span<const K> b, int bound) {
+    const int n = int(q.size());
+    const int m = int(b.size());
+    if (std::abs(n - m) > bound)
+        return bound + 1;
+    if (n == 0)
+        return m;
+    if (m == 0)
+        return n;
+    const int big = bound + 1;
+    // row[j] = distance between q[0..i) and b[0..j); cells outside the band stay "big".
+    QVarLengthArray<int, 80> row(m + 1);
+    for (int j = 0; j <= m; ++j)
+        row[j] = j <= bound ? j : big;
+    for (int i = 1; i <= n; ++i) {
+        const int lo = std::max(1, i - bound);
+        const int hi = std::min(m, i + bound);
+        int diagonal = row[lo - 1]; // row[i-1][lo-1]
+        row[lo - 1] = (lo - 1 == 0 && i <= bound) ? i : big;
+        int rowMin = row[lo - 1];
+        const CharCode qc = q[i - 1];
+        for (int j = lo; j <= hi; ++j) {
+            const int up = row[j];
+            int v = diagonal + (CharCode(b[j - 1]) != qc ? 1 : 0);
+            v = std::min(v, up + 1);
+            v = std::min(v, row[j - 1] + 1);
+            v = std::min(v, big);
+            diagonal = up;
+            row[j] = v;
+            rowMin = std::min(rowMin, v);
+        }
+        if (hi < m)
+            row[hi + 1] = big;
+        if (rowMin > bound)
+            return big;
+    }
+    return std::min(row[m], big);
+}
+
+// The first `count` characters of a key (the whole key when shorter).
+template <typename K>
+std::span<const K> head(std::span<const K> key, std::size_t count) {
+    return key.first(std::min(count, key.size()));
+}
+
+// The allowed distance of the fuzzy stage for a query of n characters.
+inline int allowedDistance(std::size_t n) {
+    return n > 2 ? int(n / 3) : 1;
+}
+
+// Relevance of a name for the query, summed in this order: name prefix 100, word prefix 60
+// (once), substring 30, subsequence 15, closeness (3 - m) * 4 when the smallest distance m
+// between the query and the first (query length + 2) characters of a key is below 3, minus half
+// a point per character of the name, plus two points per activation up to 20.
+template <typename K>
+double relevance(Query q, std::span<const K> name, std::int64_t activationCount) {
+    double score = 0;
+    const bool namePrefix = startsWith(name, q);
+    const std::size_t window = q.size() + 2;
+    bool wordPrefix = false;
+    int best = boundedDistance(q, head(name, window), 2);
+    forEachWord(name, [&](std::span<const K> word) {
+        wordPrefix = wordPrefix || startsWith(word, q);
+        if (best > 0)
+            best = std::min(best, boundedDistance(q, head(word, window), best - 1));
+    });
+    if (namePrefix)
+        score += 100;
+    if (wordPrefix)
+        score += 60;
+    const bool substring = namePrefix || wordPrefix || contains(name, q);
+    if (substring)
+        score += 30;
+    if (substring || isSubsequence(q, name))
+        score += 15;
+    if (best < 3)
+        score += (3 - best) * 4;
+
+    score -= 0.5 * double(name.size());
+    score += std::min(2.0 * double(activationCount), 20.0);
+    return score;
+}
+
+} // namespace valimbra::search
