@@ -1,0 +1,172 @@
+#pragma once
+
+#include "catalogue/AppEntry.h"
+#include "core/DisplayedAppsModel.h"
+#include "platform/Platform.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+#include <optional>
+
+namespace valimbra {
+
+class AppIconProvider;
+class HoldKeyMonitor;
+class HotKeyRegistration;
+class IconProcessor;
+class IgnoreListManager;
+class InvokeModeSwitch;
+class PinnedAppsManager;
+class ReviewTracker;
+class RunningAppsMonitor;
+class SearchIndex;
+class ShortcutManager;
+
+// The one central object: decides what the overlay shows, what is highlighted, whether it is
+// visible, the search text and whether favourites are being rearranged, and carries out the
+// user's choice. All state lives on the main thread.
+class AppSwitcherEngine : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application creates the one engine")
+    Q_PROPERTY(valimbra::DisplayedAppsModel* displayedApps READ displayedAppsModel CONSTANT)
+    Q_PROPERTY(int displayedCount READ displayedCount NOTIFY displayedAppsChanged)
+    Q_PROPERTY(int highlightIndex READ highlightIndexOrNone WRITE setHighlightIndexFromView NOTIFY
+                   highlightIndexChanged)
+    Q_PROPERTY(QString searchQuery READ searchQuery WRITE setSearchQuery NOTIFY searchQueryChanged)
+    Q_PROPERTY(bool isVisible READ isVisible NOTIFY isVisibleChanged)
+    Q_PROPERTY(bool isWiggleMode READ isWiggleMode NOTIFY isWiggleModeChanged)
+    Q_PROPERTY(bool isReady READ isReady NOTIFY isReadyChanged)
+    Q_PROPERTY(bool canAddFavourite READ canAddFavourite NOTIFY favouritesChanged)
+
+public:
+    static constexpr int activationDelayMs = 30;
+    static constexpr int searchDebounceMs = 40;
+    static constexpr int hideRefreshDelayMs = 500;
+
+    explicit AppSwitcherEngine(const Platform& platform, QObject* parent = nullptr);
+    ~AppSwitcherEngine() override;
+
+    // Published state.
+    const QList<AppEntry>& displayedApps() const { return m_displayedApps; }
+    DisplayedAppsModel* displayedAppsModel() const { return m_model.get(); }
+    int displayedCount() const { return int(m_displayedApps.size()); }
+    std::optional<int> highlightIndex() const { return m_highlightIndex; }
+    int highlightIndexOrNone() const { return m_highlightIndex.value_or(-1); }
+    QString searchQuery() const { return m_searchQuery; }
+    bool isVisible() const { return m_isVisible; }
+    bool isWiggleMode() const { return m_isWiggleMode; }
+    bool isReady() const { return m_isReady; }
+
+    // Start-up marks the engine ready once the overlay is pre-warmed; until then invocation does
+    // nothing.
+    void setReady(bool ready);
+
+    // Opening and closing.
+    Q_INVOKABLE void toggle(); // the hold key, the shortcut
+    Q_INVOKABLE void show();
+    Q_INVOKABLE void hide();
+    Q_INVOKABLE void refresh();
+    Q_INVOKABLE void closeRequest();
+
+    // Highlight and commit.
+    Q_INVOKABLE void moveHighlight(int step);
+    Q_INVOKABLE void commitHighlighted();
+    Q_INVOKABLE void activateAt(int index);
+    void activate(const AppEntry& entry);
+
+    // Hover dwell: resting on an item commits it after the stored delay.
+    Q_INVOKABLE void hoverItem(int index);
+    Q_INVOKABLE void startHoverDwell();
+    Q_INVOKABLE void cancelHoverDwell();
+
+    // Type-to-search.
+    void setSearchQuery(const QString& query);
+    Q_INVOKABLE void appendSearchText(const QString& text);
+    Q_INVOKABLE void deleteLastSearchCharacter();
+
+    // Favourites and the ignore list, from the overlay.
+    Q_INVOKABLE bool addFavourite(int index);
+    Q_INVOKABLE bool removeFavourite(const QString& bundleID);
+    Q_INVOKABLE bool ignoreApp(int index);
+    Q_INVOKABLE bool moveFavourite(const QString& bundleID, int step);
+    Q_INVOKABLE void enterWiggleMode();
+    Q_INVOKABLE void exitWiggleMode();
+    bool canAddFavourite() const;
+
+    // The list rule behind displayedApps when no search is active.
+    QList<AppEntry> buildList(const QList<AppEntry>& running) const;
+
+    // Collaborators, for the application, the settings panes and tests.
+    PinnedAppsManager& pinnedApps() const { return *m_pinned; }
+    IgnoreListManager& ignoreList() const { return *m_ignored; }
+    HoldKeyMonitor& holdMonitor() const { return *m_holdMonitor; }
+    HotKeyRegistration& hotKey() const { return *m_hotKey; }
+    InvokeModeSwitch& invokeMode() const { return *m_invokeMode; }
+    RunningAppsMonitor& runningApps() const { return *m_monitor; }
+    SearchIndex& searchIndex() const { return *m_search; }
+    ShortcutManager& shortcuts() const { return *m_shortcuts; }
+    ReviewTracker& review() const { return *m_review; }
+    AppIconProvider* iconProvider() const { return m_iconProvider; }
+    // The icon provider is handed to a QML engine, which takes ownership of it.
+    AppIconProvider* takeIconProvider();
+
+Q_SIGNALS:
+    void displayedAppsChanged();
+    void highlightIndexChanged();
+    void searchQueryChanged();
+    void isVisibleChanged();
+    void isWiggleModeChanged();
+    void isReadyChanged();
+    void favouritesChanged();
+
+private:
+    void setDisplayedApps(QList<AppEntry> apps);
+    void setHighlightIndex(std::optional<int> index);
+    void setHighlightIndexFromView(int index);
+    void setVisible(bool visible);
+    void setWiggleMode(bool on);
+    void scheduleSearch();
+    void clearSearch();
+    void runSearch(const QString& query);
+    void installMiddleMouseMonitors();
+    void removeMiddleMouseMonitors();
+    bool handleMiddleButton(const InputEvent& event);
+    std::optional<int> indexOfFavourite(const QString& bundleID) const;
+
+    Platform m_platform;
+    std::unique_ptr<SerialExecutor> m_monitorQueue;
+    std::unique_ptr<SerialExecutor> m_recencySaveQueue;
+    std::unique_ptr<SearchIndex> m_search;
+    std::unique_ptr<IconProcessor> m_iconProcessor;
+    std::unique_ptr<RunningAppsMonitor> m_monitor;
+    std::unique_ptr<HoldKeyMonitor> m_holdMonitor;
+    std::unique_ptr<HotKeyRegistration> m_hotKey;
+    std::unique_ptr<InvokeModeSwitch> m_invokeMode;
+    std::unique_ptr<PinnedAppsManager> m_pinned;
+    std::unique_ptr<IgnoreListManager> m_ignored;
+    std::unique_ptr<ShortcutManager> m_shortcuts;
+    std::unique_ptr<ReviewTracker> m_review;
+    std::unique_ptr<DisplayedAppsModel> m_model;
+    AppIconProvider* m_iconProvider = nullptr;
+    std::unique_ptr<AppIconProvider> m_ownedIconProvider;
+
+    QList<AppEntry> m_displayedApps;
+    std::optional<int> m_highlightIndex;
+    QString m_searchQuery;
+    bool m_isVisible = false;
+    bool m_isReady = false;
+    bool m_isWiggleMode = false;
+    bool m_invokeModeApplyPending = false;
+
+    MonitorToken m_middleMouseMonitor = 0;
+    MonitorToken m_localMiddleMouseMonitor = 0;
+    WorkItemPtr m_searchWorkItem;
+    QString m_pendingSearch;
+    WorkItemPtr m_tabDwellWorkItem;
+    WorkItemPtr m_hideRefreshWorkItem;
+};
+
+} // namespace valimbra

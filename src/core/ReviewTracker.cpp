@@ -1,0 +1,43 @@
+#include "ReviewTracker.h"
+
+namespace valimbra {
+
+namespace {
+QString key(const char* k) { return QString::fromLatin1(k); }
+
+std::optional<Date> readDate(const SettingsStore& s, const char* k) {
+    if (!s.contains(key(k)))
+        return std::nullopt;
+    return Date(s.doubleValue(key(k)));
+}
+} // namespace
+
+void ReviewTracker::noteFirstUse() {
+    if (!m_settings.isWritten(key(firstUseDateKey)))
+        m_settings.setDouble(key(firstUseDateKey), m_clock.now().secondsSinceReference());
+}
+
+void ReviewTracker::countUse() {
+    noteFirstUse();
+    m_settings.setInteger(key(sessionCountKey), sessionCount() + 1);
+}
+
+void ReviewTracker::countSwitch() {
+    noteFirstUse();
+    m_settings.setInteger(key(switchCountKey), switchCount() + 1);
+}
+
+void ReviewTracker::markPrompted() {
+    m_settings.setDouble(key(lastPromptDateKey), m_clock.now().secondsSinceReference());
+}
+
+qint64 ReviewTracker::switchCount() const { return m_settings.integer(key(switchCountKey)); }
+qint64 ReviewTracker::sessionCount() const { return m_settings.integer(key(sessionCountKey)); }
+std::optional<Date> ReviewTracker::firstUseDate() const {
+    return readDate(m_settings, firstUseDateKey);
+}
+std::optional<Date> ReviewTracker::lastPromptDate() const {
+    return readDate(m_settings, lastPromptDateKey);
+}
+
+} // namespace valimbra

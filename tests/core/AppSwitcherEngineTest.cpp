@@ -1,0 +1,473 @@
+#include "catalogue/IgnoreListManager.h"
+#include "catalogue/PinnedAppsManager.h"
+#include "core/AppSwitcherEngine.h"
+#include "core/ReviewTracker.h"
+#include "platform/fake/FakePlatform.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace valimbra;
+using namespace std::chrono_literals;
+
+namespace {
+
+QUrl desktopFile(const QString& id) {
+    return QUrl(u"file:///usr/share/applications/%1.desktop"_qs.arg(id));
+}
+
+// A desktop with the engine running on it. Helpers speak in the user's terms.
+class Engine : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (const auto& [id, name] : {std::pair{u"debian-xterm"_qs, u"XTerm"_qs},
+                                       {u"org.gnome.Nautilus"_qs, u"Files"_qs},
+                                       {u"firefox-esr"_qs, u"Firefox ESR"_qs},
+                                       {u"org.gnome.Calculator"_qs, u"Calculator"_qs}})
+            fake.workspace.install({id, name, desktopFile(id), FakeWorkspace::makeIcon(Qt::blue)});
+    }
+
+    AppSwitcherEngine& start() {
+        engine = std::make_unique<AppSwitcherEngine>(fake.platform());
+        engine->setReady(true);
+        settle();
+        return *engine;
+    }
+    void settle() { fake.scheduler.runPending(); }
+    void wait(std::chrono::milliseconds ms) { fake.scheduler.advance(ms); }
+
+    qint32 launch(qint32 pid, const QString& bundleID, const QString& name,
+                  ActivationPolicy policy = ActivationPolicy::Regular) {
+        fake.workspace.launch(pid, bundleID, name, policy);
+        settle();
+        return pid;
+    }
+    void focus(qint32 pid) {
+        fake.workspace.bringToFront(pid);
+        wait(1ms);
+    }
+    void pin(const QString& bundleID, const QString& name) {
+        ASSERT_TRUE(engine->pinnedApps().add({bundleID, name, desktopFile(bundleID)}));
+        settle();
+    }
+    void holdControl(std::chrono::milliseconds ms = 300ms) {
+        fake.input.pressModifier(ModifierFlag::Control);
+        wait(ms);
+        fake.input.releaseModifier(ModifierFlag::Control);
+        settle();
+    }
+    QStringList names() const {
+        QStringList out;
+        for (const AppEntry& e : engine->displayedApps())
+            out << e.name;
+        return out;
+    }
+    void type(const QString& text) { engine->appendSearchText(text); }
+
+    // Three running apps, xterm most recent.
+    void threeApps() {
+        launch(101, u"org.gnome.Nautilus"_qs, u"Files"_qs);
+        launch(102, u"firefox-esr"_qs, u"Firefox ESR"_qs);
+        launch(103, u"debian-xterm"_qs, u"XTerm"_qs);
+        focus(101);
+        focus(102);
+        focus(103);
+    }
+
+    QStringList journal; // outlives the fakes that write to it
+    FakePlatform fake;
+    std::unique_ptr<AppSwitcherEngine> engine;
+};
+
+TEST_F(Engine, FavouritesComeFirstThenRunningAppsMostRecentFirst) {
+    start();
+    threeApps();
+    pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs); // not running
+    pin(u"org.gnome.Nautilus"_qs, u"Files"_qs);        // running
+    EXPECT_EQ(names(), QStringList({u"Calculator"_qs, u"Files"_qs, u"XTerm"_qs,
+                                    u"Firefox ESR"_qs}));
+    const auto& list = engine->displayedApps();
+    EXPECT_LT(list[0].id, 0) << "a favourite that is not running has a negative id";
+    EXPECT_FALSE(list[0].isRunning);
+    EXPECT_EQ(list[1].id, 101) << "a running favourite is shown once, as its process";
+    EXPECT_TRUE(list[1].isFavourite);
+    EXPECT_FALSE(list[2].isFavourite);
+}
+
+TEST_F(Engine, HoldingControlOpensWithNothingHighlightedAndTabMovesFromThere) {
+    start();
+    threeApps();
+    QSignalSpy visible(engine.get(), &AppSwitcherEngine::isVisibleChanged);
+    holdControl(250ms);
+    EXPECT_FALSE(engine->isVisible()) << "a short press is no hold";
+    holdControl(300ms);
+    EXPECT_TRUE(engine->isVisible());
+    EXPECT_EQ(visible.count(), 1);
+    EXPECT_FALSE(engine->highlightIndex().has_value());
+
+    engine->moveHighlight(+1);
+    EXPECT_EQ(engine->highlightIndex(), 0) << "the first Tab lands on the first item";
+    engine->hide();
+    holdControl();
+    engine->moveHighlight(-1);
+    EXPECT_EQ(engine->highlightIndex(), 2) << "Shift-Tab from nothing lands on the last item";
+}
+
+TEST_F(Engine, TypingSearchesAfterTheDebounceAndReturnActivatesThirtyMsLater) {
+    start();
+    threeApps();
+    holdControl();
+    type(u"x"_qs);
+    wait(20ms);
+    type(u"t"_qs);
+    wait(39ms);
+    EXPECT_EQ(names().size(), 3) << "the list waits for 40 ms of quiet";
+    wait(1ms);
+    EXPECT_EQ(names(), QStringList({u"XTerm"_qs}));
+    EXPECT_EQ(engine->highlightIndex(), 0) << "the best match is ready for Return";
+
+    engine->commitHighlighted();
+    EXPECT_FALSE(engine->isVisible()) << "the overlay closes at once";
+    EXPECT_TRUE(engine->searchQuery().isEmpty());
+    wait(29ms);
+    EXPECT_TRUE(fake.workspace.activateCalls().isEmpty());
+    wait(1ms);
+    ASSERT_EQ(fake.workspace.activateCalls().size(), 1);
+    EXPECT_EQ(fake.workspace.activateCalls()[0], (FakeWorkspace::ActivateCall{103, true}));
+}
+
+TEST_F(Engine, AFavouriteThatIsNotRunningIsLaunchedByItsDesktopFile) {
+    start();
+    pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs);
+    holdControl();
+    engine->moveHighlight(+1);
+    engine->commitHighlighted();
+    wait(30ms);
+    EXPECT_EQ(fake.workspace.openedApplications(),
+              QList<QUrl>({desktopFile(u"org.gnome.Calculator"_qs)}));
+    EXPECT_TRUE(fake.workspace.activateCalls().isEmpty());
+}
+
+TEST_F(Engine, AnAppThatQuitWhileShownIsNotActivated) {
+    start();
+    threeApps();
+    holdControl();
+    engine->moveHighlight(+1); // XTerm
+    fake.workspace.terminate(103);
+    engine->commitHighlighted();
+    wait(100ms);
+    EXPECT_TRUE(fake.workspace.activateCalls().isEmpty());
+}
+
+TEST_F(Engine, EscapeHidesAndTheListIsRebuiltHalfASecondLater) {
+    start();
+    threeApps();
+    holdControl();
+    type(u"fi"_qs);
+    wait(40ms);
+    const QStringList searched = names();
+    ASSERT_EQ(searched, QStringList({u"Files"_qs, u"Firefox ESR"_qs}));
+    engine->hide();
+    EXPECT_FALSE(engine->isVisible());
+    EXPECT_TRUE(engine->searchQuery().isEmpty());
+    wait(499ms);
+    EXPECT_EQ(names(), searched) << "the closing animation keeps the old items";
+    wait(1ms);
+    EXPECT_EQ(names().size(), 3);
+}
+
+TEST_F(Engine, DeletingTheWholeQueryBringsTheOrdinaryListBack) {
+    start();
+    threeApps();
+    holdControl();
+    type(u"xt"_qs);
+    wait(40ms);
+    engine->deleteLastSearchCharacter();
+    engine->deleteLastSearchCharacter();
+    wait(40ms);
+    EXPECT_EQ(names().size(), 3);
+    EXPECT_FALSE(engine->highlightIndex().has_value());
+}
+
+TEST_F(Engine, RunningAppsChangingDuringASearchLeaveTheResultsAlone) {
+    start();
+    threeApps();
+    holdControl();
+    type(u"xt"_qs);
+    wait(40ms);
+    launch(104, u"org.gnome.Calculator"_qs, u"Calculator"_qs);
+    fake.workspace.terminate(101);
+    settle();
+    EXPECT_EQ(names(), QStringList({u"XTerm"_qs}));
+}
+
+TEST_F(Engine, InvocationBeforeReadyDoesNothing) {
+    engine = std::make_unique<AppSwitcherEngine>(fake.platform());
+    settle();
+    launch(101, u"debian-xterm"_qs, u"XTerm"_qs);
+    holdControl();
+    EXPECT_FALSE(engine->isVisible());
+    engine->setReady(true);
+    holdControl();
+    EXPECT_TRUE(engine->isVisible());
+}
+
+TEST_F(Engine, ASecondHoldClosesTheOverlay) {
+    start();
+    threeApps();
+    holdControl();
+    holdControl();
+    EXPECT_FALSE(engine->isVisible());
+}
+
+// What the list shows, case by case.
+TEST_F(Engine, WiggleModeListsFavouritesOnly) {
+    start();
+    threeApps();
+    pin(u"firefox-esr"_qs, u"Firefox ESR"_qs);
+    holdControl();
+    engine->enterWiggleMode();
+    EXPECT_EQ(names(), QStringList({u"Firefox ESR"_qs}));
+    holdControl(); // the hold key leaves wiggle mode instead of closing
+    EXPECT_TRUE(engine->isVisible());
+    EXPECT_FALSE(engine->isWiggleMode());
+    EXPECT_EQ(names().size(), 3);
+}
+
+TEST_F(Engine, IgnoredAndNonRegularAppsAppearNowhere) {
+    start();
+    threeApps();
+    launch(105, u"trayer"_qs, u"Trayer"_qs, ActivationPolicy::Accessory);
+    launch(106, u"xeyes"_qs, u"XEyes"_qs, ActivationPolicy::Prohibited);
+    pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs);
+    engine->ignoreList().append({u"debian-xterm"_qs, u"XTerm"_qs, std::nullopt});
+    engine->ignoreList().append({u"org.gnome.Calculator"_qs, u"Calculator"_qs, std::nullopt});
+    settle();
+    EXPECT_EQ(names(), QStringList({u"Firefox ESR"_qs, u"Files"_qs}));
+    holdControl();
+    type(u"xterm"_qs);
+    wait(40ms);
+    EXPECT_TRUE(names().isEmpty()) << "search never brings an ignored app back";
+}
+
+TEST_F(Engine, FavouritesSortAlphabeticallyIgnoringCaseWhenAsked) {
+    start();
+    pin(u"org.gnome.Nautilus"_qs, u"files"_qs);
+    pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs);
+    pin(u"firefox-esr"_qs, u"Firefox ESR"_qs);
+    EXPECT_EQ(names(), QStringList({u"files"_qs, u"Calculator"_qs, u"Firefox ESR"_qs}));
+    engine->pinnedApps().setSortAlphabetically(true);
+    settle();
+    EXPECT_EQ(names(), QStringList({u"Calculator"_qs, u"files"_qs, u"Firefox ESR"_qs}));
+}
+
+struct HighlightCase {
+    int count;
+    int start; // -1: nothing highlighted
+    int step;
+    int expected;
+};
+
+class HighlightWrap : public Engine, public ::testing::WithParamInterface<HighlightCase> {};
+
+TEST_P(HighlightWrap, MovesWithWrapAround) {
+    start();
+    const HighlightCase c = GetParam();
+    for (int i = 0; i < c.count; ++i)
+        launch(200 + i, u"app.%1"_qs.arg(i), u"App %1"_qs.arg(i));
+    holdControl();
+    if (c.start >= 0)
+        for (int i = 0; i <= c.start; ++i)
+            engine->moveHighlight(+1);
+    engine->moveHighlight(c.step);
+    EXPECT_EQ(engine->highlightIndexOrNone(), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Steps, HighlightWrap,
+                         ::testing::Values(HighlightCase{0, -1, 1, -1}, // empty list: no change
+                                           HighlightCase{3, -1, 1, 0}, HighlightCase{3, -1, -1, 2},
+                                           HighlightCase{3, 2, 1, 0}, HighlightCase{3, 0, -1, 2},
+                                           HighlightCase{3, 1, 1, 2}, HighlightCase{1, 0, 1, 0}));
+
+TEST_F(Engine, MiddleButtonTogglesAndTheLocalMonitorSwallowsOnlyWhatItHandled) {
+    start();
+    threeApps();
+    EXPECT_TRUE(fake.input.mouseDown(2));
+    settle();
+    EXPECT_TRUE(engine->isVisible());
+    fake.input.setFocusIsOurs(true);
+    EXPECT_FALSE(fake.input.mouseDown(2)) << "handled inside our window: swallowed";
+    EXPECT_FALSE(engine->isVisible());
+    EXPECT_TRUE(fake.input.mouseDown(3)) << "other buttons pass untouched";
+
+    fake.settings.setBool(u"valimbra.middleMouseEnabled"_qs, false);
+    EXPECT_TRUE(fake.input.mouseDown(2));
+    EXPECT_FALSE(engine->isVisible());
+}
+
+TEST_F(Engine, MiddleButtonClosesEvenInWiggleMode) {
+    start();
+    pin(u"firefox-esr"_qs, u"Firefox ESR"_qs);
+    fake.input.mouseDown(2);
+    engine->enterWiggleMode();
+    fake.input.mouseDown(2);
+    EXPECT_FALSE(engine->isWiggleMode());
+    EXPECT_TRUE(engine->isVisible()) << "the hide waits for the next main-loop turn";
+    settle();
+    EXPECT_FALSE(engine->isVisible());
+}
+
+TEST_F(Engine, HoverDwellCommitsAfterTheStoredDelayUnlessDisabledOrHidden) {
+    start();
+    threeApps();
+    fake.settings.setDouble(u"valimbra.hoverLaunchDelay"_qs, 0.8);
+    holdControl();
+    engine->hoverItem(1);
+    wait(799ms);
+    EXPECT_TRUE(engine->isVisible());
+    wait(1ms);
+    EXPECT_FALSE(engine->isVisible());
+    wait(30ms);
+    ASSERT_EQ(fake.workspace.activateCalls().size(), 1);
+    EXPECT_EQ(fake.workspace.activateCalls()[0].pid, 102);
+
+    holdControl();
+    engine->hoverItem(0);
+    engine->hide();
+    wait(2s);
+    EXPECT_EQ(fake.workspace.activateCalls().size(), 1) << "hiding cancels the dwell";
+
+    fake.settings.setBool(u"valimbra.hoverLaunchEnabled"_qs, false);
+    holdControl();
+    engine->hoverItem(0);
+    wait(2s);
+    EXPECT_TRUE(engine->isVisible());
+}
+
+TEST_F(Engine, RegisteredDefaultsApplyOnlyToKeysNeverWritten) {
+    fake.settings.setString(u"valimbra.animationStyle"_qs, u"iris"_qs);
+    start();
+    EXPECT_EQ(fake.settings.string(u"valimbra.animationStyle"_qs), u"iris"_qs);
+    EXPECT_TRUE(fake.settings.boolValue(u"valimbra.middleMouseEnabled"_qs));
+    EXPECT_FALSE(fake.settings.isWritten(u"valimbra.middleMouseEnabled"_qs));
+}
+
+TEST_F(Engine, StoredHoldModifierIsUsedAndUnknownValuesIgnored) {
+    fake.settings.setString(u"valimbra.holdModifier"_qs, u"command"_qs);
+    start();
+    threeApps();
+    holdControl();
+    EXPECT_FALSE(engine->isVisible());
+    fake.input.pressModifier(ModifierFlag::Command);
+    wait(300ms);
+    EXPECT_TRUE(engine->isVisible());
+    fake.input.releaseModifier(ModifierFlag::Command);
+
+    fake.settings.setString(u"valimbra.holdModifier"_qs, u"Control"_qs); // not a raw value
+    engine->hide();
+    holdControl();
+    EXPECT_FALSE(engine->isVisible());
+}
+
+TEST_F(Engine, ShortcutModeOpensWithTheRecordedHotKeyInsteadOfTheHold) {
+    start();
+    threeApps();
+    fake.settings.setInteger(u"valimbra.recordedKeyCode"_qs, 49);
+    fake.settings.setInteger(u"valimbra.recordedModifiers"_qs, 0x120000);
+    fake.settings.setString(u"valimbra.invokeMode"_qs, u"shortcut"_qs);
+    settle();
+    ASSERT_EQ(fake.hotKeys.registrations().size(), 1u)
+        << "key code, modifiers and mode written together register once";
+    holdControl();
+    EXPECT_FALSE(engine->isVisible());
+    fake.hotKeys.press(49, CarbonModifier::Cmd | CarbonModifier::Shift);
+    settle();
+    EXPECT_TRUE(engine->isVisible());
+
+    fake.settings.setString(u"valimbra.invokeMode"_qs, u"hold"_qs);
+    settle();
+    EXPECT_EQ(fake.hotKeys.handlerCount(), 0);
+    holdControl();
+    EXPECT_FALSE(engine->isVisible());
+}
+
+TEST_F(Engine, RecordingANewShortcutRegistersOnlyTheFinishedCombination) {
+    fake.settings.setString(u"valimbra.invokeMode"_qs, u"shortcut"_qs);
+    fake.settings.setInteger(u"valimbra.recordedKeyCode"_qs, 49);
+    fake.settings.setInteger(u"valimbra.recordedModifiers"_qs, 0x120000);
+    start();
+    fake.hotKeys.setJournal(&journal);
+    // The recorder stores ⌥A: key code first, then the modifiers.
+    fake.settings.setInteger(u"valimbra.recordedKeyCode"_qs, 0);
+    fake.settings.setInteger(u"valimbra.recordedModifiers"_qs, 0x80000);
+    settle();
+    EXPECT_EQ(journal.count(u"hotkeys.register"_qs), 1);
+    ASSERT_EQ(fake.hotKeys.registrations().size(), 1u);
+    EXPECT_EQ(fake.hotKeys.registrations()[0].keyCode, 0u);
+    EXPECT_EQ(fake.hotKeys.registrations()[0].carbonModifiers, CarbonModifier::Option);
+}
+
+// Actions the overlay offers on items.
+TEST_F(Engine, AddingAFavouriteRespectsTheIgnoreListAndNeedsADesktopFile) {
+    start();
+    threeApps();
+    launch(107, u"wmclass.xclock"_qs, u"XClock"_qs); // no desktop file
+    holdControl();
+    const auto indexOf = [&](const QString& name) { return int(names().indexOf(name)); };
+    EXPECT_FALSE(engine->addFavourite(indexOf(u"XClock"_qs)));
+    EXPECT_TRUE(engine->addFavourite(indexOf(u"XTerm"_qs)));
+    settle();
+    EXPECT_EQ(names().first(), u"XTerm"_qs);
+    EXPECT_FALSE(engine->ignoreApp(0)) << "a favourite cannot be ignored";
+    EXPECT_TRUE(engine->removeFavourite(u"debian-xterm"_qs));
+    settle();
+    EXPECT_TRUE(engine->ignoreApp(indexOf(u"XTerm"_qs)));
+    settle();
+    EXPECT_FALSE(names().contains(u"XTerm"_qs));
+}
+
+TEST_F(Engine, ReorderedFavouritesPersistForTheNextStart) {
+    start();
+    pin(u"org.gnome.Nautilus"_qs, u"Files"_qs);
+    pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs);
+    pin(u"firefox-esr"_qs, u"Firefox ESR"_qs);
+    EXPECT_TRUE(engine->moveFavourite(u"firefox-esr"_qs, -1));
+    EXPECT_FALSE(engine->moveFavourite(u"org.gnome.Nautilus"_qs, -1)) << "already first";
+    engine.reset();
+    start();
+    EXPECT_EQ(names(), QStringList({u"Files"_qs, u"Firefox ESR"_qs, u"Calculator"_qs}));
+}
+
+TEST_F(Engine, CountsUsesAndSwitchesForTheReviewPrompt) {
+    start();
+    threeApps();
+    const Date firstOpen = fake.scheduler.now();
+    holdControl();
+    engine->hide();
+    wait(1h);
+    holdControl();
+    engine->moveHighlight(+1);
+    engine->commitHighlighted();
+    EXPECT_EQ(engine->review().sessionCount(), 2);
+    EXPECT_EQ(engine->review().switchCount(), 1);
+    ASSERT_TRUE(engine->review().firstUseDate().has_value());
+    EXPECT_NEAR(engine->review().firstUseDate()->secondsSinceReference(),
+                firstOpen.secondsSinceReference(), 1.0);
+}
+
+TEST_F(Engine, TheListModelMirrorsTheDisplayedApps) {
+    start();
+    threeApps();
+    DisplayedAppsModel* model = engine->displayedAppsModel();
+    ASSERT_EQ(model->rowCount(), 3);
+    const QModelIndex first = model->index(0);
+    EXPECT_EQ(model->data(first, DisplayedAppsModel::NameRole).toString(), u"XTerm"_qs);
+    EXPECT_EQ(model->data(first, DisplayedAppsModel::IconUrlRole).toString(),
+              u"image://appicon/103"_qs);
+    EXPECT_TRUE(model->roleNames().values().contains("isFavourite"));
+}
+
+} // namespace
