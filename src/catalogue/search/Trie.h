@@ -49,9 +49,9 @@ public:
 
     // Fuzzy walk: every key prefix p of length `depthLimit`, and every whole key shorter than
     // that, whose Levenshtein distance to `query` is at most `maxDistance`. For the first kind
-    // onPrefix(IdRef) gets the set of all keys through p; for the second onKey(IdRef, path) gets
-    // the set of the node where the key ends, which may also hold longer keys (leafOnly tells
-    // when it cannot). Subtrees whose distance row exceeds the bound everywhere are skipped.
+    // onPrefix(IdRef) gets the set of all keys through p; for the second onKey(IdRef, path, leaf)
+    // gets the set of the node where the key ends, which may also hold longer keys unless `leaf`.
+    // Subtrees whose distance row exceeds the bound everywhere are skipped.
     template <typename OnPrefix, typename OnKey>
     void fuzzyWalk(std::span<const CharCode> query, int maxDistance, std::size_t depthLimit,
                    OnPrefix&& onPrefix, OnKey&& onKey) const;
@@ -60,7 +60,7 @@ public:
     void remap(const std::vector<SlotId>& newId);
 
     void clear();
-    // Returns spare capacity after a bulk build.
+    // Gives back spare capacity after a bulk build.
     void squeeze();
     std::size_t nodeCount() const { return m_nodes.size() - m_freeNodes.size(); }
     std::size_t idReferences() const;
