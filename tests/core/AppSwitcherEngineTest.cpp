@@ -1,6 +1,6 @@
+#include "core/AppSwitcherEngine.h"
 #include "catalogue/IgnoreListManager.h"
 #include "catalogue/PinnedAppsManager.h"
-#include "core/AppSwitcherEngine.h"
 #include "core/ReviewTracker.h"
 #include "platform/fake/FakePlatform.h"
 
@@ -87,8 +87,8 @@ TEST_F(Engine, FavouritesComeFirstThenRunningAppsMostRecentFirst) {
     threeApps();
     pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs); // not running
     pin(u"org.gnome.Nautilus"_qs, u"Files"_qs);        // running
-    EXPECT_EQ(names(), QStringList({u"Calculator"_qs, u"Files"_qs, u"XTerm"_qs,
-                                    u"Firefox ESR"_qs}));
+    EXPECT_EQ(names(),
+              QStringList({u"Calculator"_qs, u"Files"_qs, u"XTerm"_qs, u"Firefox ESR"_qs}));
     const auto& list = engine->displayedApps();
     EXPECT_LT(list[0].id, 0) << "a favourite that is not running has a negative id";
     EXPECT_FALSE(list[0].isRunning);

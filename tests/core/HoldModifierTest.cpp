@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QSet>
-
 using namespace valimbra;
 
 TEST(HoldModifier, CasesRawValuesFlagsAndLabels) {
@@ -21,19 +19,14 @@ TEST(HoldModifier, CasesRawValuesFlagsAndLabels) {
     };
     ASSERT_EQ(allHoldModifiers.size(), std::size(rows));
     for (size_t i = 0; i < std::size(rows); ++i) {
-        const Row& row = rows[i];
-        EXPECT_EQ(allHoldModifiers[i], row.modifier) << "settings list order";
-        EXPECT_EQ(holdModifierRawValue(row.modifier), row.raw);
-        EXPECT_EQ(holdModifierFromRaw(row.raw), row.modifier);
-        EXPECT_EQ(holdModifierFlag(row.modifier), row.flag);
-        EXPECT_EQ(holdModifierLabel(row.modifier), row.label);
+        EXPECT_EQ(allHoldModifiers[i], rows[i].modifier) << "settings list order";
+        EXPECT_EQ(holdModifierRawValue(rows[i].modifier), rows[i].raw);
+        EXPECT_EQ(holdModifierFromRaw(rows[i].raw), rows[i].modifier);
+        EXPECT_EQ(holdModifierFlag(rows[i].modifier), rows[i].flag);
+        EXPECT_EQ(holdModifierLabel(rows[i].modifier), rows[i].label);
     }
     EXPECT_EQ(defaultHoldModifier, HoldModifier::control);
-    EXPECT_EQ(QSet<HoldModifier>(allHoldModifiers.begin(), allHoldModifiers.end()).size(), 3);
-}
-
-TEST(HoldModifier, FromRawAcceptsOnlyTheExactStrings) {
-    for (const QString& raw : {u"Control"_qs, u"CONTROL"_qs, u"ctrl"_qs, u" control"_qs,
-                               u"shift"_qs, u"alt"_qs, QString()})
-        EXPECT_FALSE(holdModifierFromRaw(raw).has_value()) << raw.toStdString();
+    // Only the exact strings.
+    for (const char* raw : {"Control", "CONTROL", "ctrl", " control", "shift", "alt", ""})
+        EXPECT_FALSE(holdModifierFromRaw(QString::fromUtf8(raw)).has_value()) << raw;
 }

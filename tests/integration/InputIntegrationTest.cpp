@@ -8,187 +8,145 @@
 
 #include <xcb/xcb.h>
 
-#include <cstdio>
-
 namespace valimbra::testing {
 namespace {
 
-constexpr int kVirtualC = 8;
 constexpr int kVirtualK = 40;
-constexpr int kVirtualControl = 59;
+constexpr quint64 Control = ModifierFlag::Control;
+
+quint64 flags(quint64 modifierFlags) {
+    return modifierFlags & ModifierFlag::DeviceIndependentMask;
+}
+
+QStringList words(const char* text) {
+    return QString::fromUtf8(text).split(u' ');
+}
+
+// Each event as "<type> <virtual key> '<characters>' <modifier flags in hex>", joined by " | "
+// (20000 is shift, 40000 control).
+QString shown(const QList<InputEvent>& events) {
+    static const char* const types[] = {"flags", "key", "left", "right", "other"};
+    QStringList out;
+    for (const InputEvent& e : events)
+        out.append(u"%1 %2 '%3' %4"_qs.arg(QLatin1String(types[int(e.type)]))
+                       .arg(e.keyCode)
+                       .arg(e.characters)
+                       .arg(flags(e.modifierFlags), 0, 16));
+    return out.join(u" | ");
+}
 
 class InputTest : public DesktopTest {
 protected:
     void SetUp() override {
         DesktopTest::SetUp();
-        if (HasFatalFailure())
-            return;
         // Another client has the focus, so global monitors are the ones that see keys.
-        ASSERT_TRUE(xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),
-                             QString::number(term1Window)}));
+        ASSERT_TRUE(xdotool({u"windowactivate"_qs, u"--sync"_qs, QString::number(term1Window)}));
     }
     void TearDown() override {
-        if (HasFailure())
-            for (const InputEvent& e : std::as_const(events))
-                std::fprintf(stderr, "event type %d key %d flags %llx chars '%s'\n", int(e.type),
-                             e.keyCode, static_cast<unsigned long long>(e.modifierFlags),
-                             qPrintable(e.characters));
         for (MonitorToken t : std::as_const(tokens))
             backend->input().removeMonitor(t);
         DesktopTest::TearDown();
     }
-    MonitorToken global(quint64 mask) {
-        const MonitorToken t = backend->input().addGlobalMonitor(
-            mask, [this](const InputEvent& e) { events.append(e); });
-        tokens.append(t);
-        return t;
+    void watchGlobally(quint64 mask) {
+        tokens.append(backend->input().addGlobalMonitor(
+            mask, [this](const InputEvent& e) { events.append(e); }));
+        ASSERT_NE(tokens.last(), 0u);
+    }
+    // Runs xdotool, then waits until `count` events arrived and nothing more is on its way.
+    ::testing::AssertionResult xdotoolExpecting(const char* args, qsizetype count,
+                                                const QList<InputEvent>& seen) {
+        const bool done = xdotool(words(args)) &&
+                          XSession::waitUntil([&] { return seen.size() >= count; }) &&
+                          barrier->sync() && seen.size() == count;
+        if (done)
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure()
+               << "xdotool " << args << ": " << qPrintable(shown(seen));
     }
     QList<InputEvent> events;
     QList<MonitorToken> tokens;
 };
 
-TEST_F(InputTest, HoldingControlAloneReportsTheFlagChanges) {
-    ASSERT_NE(global(EventMask::FlagsChanged | EventMask::KeyDown), 0u);
-    ASSERT_TRUE(xdotool({QStringLiteral("keydown"), QStringLiteral("ctrl")}));
-    ASSERT_TRUE(XSession::waitUntil([&] { return !events.isEmpty(); }));
-    EXPECT_EQ(events.first().type, InputEventType::FlagsChanged);
-    EXPECT_EQ(events.first().modifierFlags & ModifierFlag::DeviceIndependentMask,
-              ModifierFlag::Control);
-    EXPECT_EQ(events.first().keyCode, kVirtualControl);
-    EXPECT_EQ(backend->input().currentModifierFlags() & ModifierFlag::DeviceIndependentMask,
-              ModifierFlag::Control);
-
-    ASSERT_TRUE(xdotool({QStringLiteral("keyup"), QStringLiteral("ctrl")}));
-    ASSERT_TRUE(XSession::waitUntil([&] { return events.size() >= 2; }));
-    ASSERT_TRUE(barrier->sync());
-    ASSERT_EQ(events.size(), 2);
-    EXPECT_EQ(events.last().type, InputEventType::FlagsChanged);
-    EXPECT_EQ(events.last().modifierFlags & ModifierFlag::DeviceIndependentMask, 0u);
-    EXPECT_EQ(backend->input().currentModifierFlags() & ModifierFlag::DeviceIndependentMask, 0u);
-}
-
-TEST_F(InputTest, ControlCIsAKeyDownWithControl) {
-    ASSERT_NE(global(EventMask::FlagsChanged | EventMask::KeyDown), 0u);
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("ctrl+c")}));
-    ASSERT_TRUE(XSession::waitUntil([&] { return events.size() >= 3; }));
-    ASSERT_TRUE(barrier->sync());
-    // Control down, C down with Control, Control up; key-ups of ordinary keys are not events.
-    ASSERT_EQ(events.size(), 3);
-    EXPECT_EQ(events[0].type, InputEventType::FlagsChanged);
-    EXPECT_EQ(events[1].type, InputEventType::KeyDown);
-    EXPECT_EQ(events[1].keyCode, kVirtualC);
-    EXPECT_EQ(events[1].characters, QStringLiteral("c"));
-    EXPECT_EQ(events[1].modifierFlags & ModifierFlag::DeviceIndependentMask, ModifierFlag::Control);
-    EXPECT_EQ(events[2].type, InputEventType::FlagsChanged);
-    EXPECT_EQ(events[2].modifierFlags & ModifierFlag::DeviceIndependentMask, 0u);
-}
-
-TEST_F(InputTest, ShiftedKeysCarryShiftedCharactersAndMasksFilterEvents) {
-    ASSERT_NE(global(EventMask::KeyDown), 0u);
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("shift+k"), QStringLiteral("5")}));
-    ASSERT_TRUE(XSession::waitUntil([&] { return events.size() >= 2; }));
-    ASSERT_TRUE(barrier->sync());
-    ASSERT_EQ(events.size(), 2); // no flags-changed events for this mask
-    EXPECT_EQ(events[0].keyCode, kVirtualK);
-    EXPECT_EQ(events[0].characters, QStringLiteral("K"));
-    EXPECT_EQ(events[0].modifierFlags & ModifierFlag::DeviceIndependentMask, ModifierFlag::Shift);
-    EXPECT_EQ(events[1].keyCode, 23); // the 5 key
-    EXPECT_EQ(events[1].characters, QStringLiteral("5"));
-}
-
-TEST_F(InputTest, MouseButtonsAreNumberedFromZero) {
-    ASSERT_NE(global(EventMask::OtherMouseDown | EventMask::LeftMouseDown), 0u);
-    ASSERT_TRUE(xdotool({QStringLiteral("mousemove"), QStringLiteral("600"), QStringLiteral("400"),
-                         QStringLiteral("click"), QStringLiteral("2"), QStringLiteral("click"),
-                         QStringLiteral("3"), QStringLiteral("click"), QStringLiteral("1")}));
-    ASSERT_TRUE(XSession::waitUntil([&] { return events.size() >= 2; }));
-    ASSERT_TRUE(barrier->sync());
-    ASSERT_EQ(events.size(), 2); // the right button is not in the mask
-    EXPECT_EQ(events[0].type, InputEventType::OtherMouseDown);
-    EXPECT_EQ(events[0].buttonNumber, 2);
-    EXPECT_EQ(events[0].position.toPoint(), QPoint(600, 400));
-    EXPECT_EQ(events[1].type, InputEventType::LeftMouseDown);
-    EXPECT_EQ(events[1].buttonNumber, 0);
-}
-
-TEST_F(InputTest, OwnWindowKeysGoToLocalMonitorsOnly) {
-    ASSERT_NE(global(EventMask::KeyDown | EventMask::FlagsChanged), 0u);
+// What the hold monitor needs: Control alone is a flags change each way and Control+C a key-down
+// with Control between them (key-ups of ordinary keys are no events), heard by global monitors
+// while another client has the focus and only by local ones once our window has it.
+TEST_F(InputTest, KeyEventsReachGlobalOrLocalMonitorsByFocus) {
+    watchGlobally(EventMask::FlagsChanged | EventMask::KeyDown);
     QList<InputEvent> local;
-    int swallowed = 0;
-    const MonitorToken t =
-        backend->input().addLocalMonitor(EventMask::KeyDown | EventMask::FlagsChanged,
-                                         [&](const InputEvent& e) -> std::optional<InputEvent> {
-                                             local.append(e);
-                                             if (e.keyCode == kVirtualK) {
-                                                 ++swallowed;
-                                                 return std::nullopt;
-                                             }
-                                             return e;
-                                         });
-    tokens.append(t);
+    tokens.append(backend->input().addLocalMonitor(
+        EventMask::KeyDown | EventMask::FlagsChanged,
+        [&](const InputEvent& e) -> std::optional<InputEvent> {
+            local.append(e);
+            return e.keyCode == kVirtualK ? std::nullopt : std::optional(e); // swallowed
+        }));
+    ASSERT_TRUE(xdotoolExpecting("keydown ctrl", 1, events));
+    EXPECT_EQ(flags(backend->input().currentModifierFlags()), Control);
+    ASSERT_TRUE(xdotoolExpecting("keyup ctrl", 2, events));
+    EXPECT_EQ(flags(backend->input().currentModifierFlags()), 0u);
+    ASSERT_TRUE(xdotoolExpecting("key ctrl+c", 5, events));
+    EXPECT_EQ(shown(events), u"flags 59 '' 40000 | flags 59 '' 0 | "
+                             u"flags 59 '' 40000 | key 8 'c' 40000 | flags 59 '' 0"_qs);
+    EXPECT_TRUE(local.isEmpty());
 
     QWindow window;
     window.resize(200, 120);
     window.show();
     window.requestActivate();
     ASSERT_TRUE(XSession::waitUntil([&] { return QGuiApplication::focusWindow() == &window; }));
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("ctrl+k"), QStringLiteral("c")}));
-    ASSERT_TRUE(XSession::waitUntil([&] { return local.size() >= 4; }));
-    ASSERT_TRUE(barrier->sync());
-    EXPECT_TRUE(events.isEmpty()) << "a global monitor saw a key meant for our own window";
-    ASSERT_EQ(local.size(), 4);
-    EXPECT_EQ(local[0].type, InputEventType::FlagsChanged);
-    EXPECT_EQ(local[0].modifierFlags & ModifierFlag::DeviceIndependentMask, ModifierFlag::Control);
-    EXPECT_EQ(local[1].keyCode, kVirtualK);
-    EXPECT_EQ(local[1].modifierFlags & ModifierFlag::DeviceIndependentMask, ModifierFlag::Control);
+    ASSERT_TRUE(xdotoolExpecting("key ctrl+k c", 4, local));
+    EXPECT_EQ(events.size(), 5) << "a global monitor saw a key meant for our own window";
+    EXPECT_EQ(shown(local),
+              u"flags 59 '' 40000 | key 40 'k' 40000 | flags 59 '' 0 | key 8 'c' 0"_qs);
     EXPECT_EQ(local[1].window, &window);
-    EXPECT_EQ(local[2].type, InputEventType::FlagsChanged);
-    EXPECT_EQ(local[2].modifierFlags & ModifierFlag::DeviceIndependentMask, 0u);
-    EXPECT_EQ(local[3].keyCode, kVirtualC);
-    EXPECT_EQ(local[3].characters, QStringLiteral("c"));
-    EXPECT_EQ(swallowed, 1);
+}
+
+// Only what the mask asks for: no flags changes, no right button.
+TEST_F(InputTest, KeysCarryShiftedCharactersAndMouseButtonsCountFromZero) {
+    watchGlobally(EventMask::KeyDown | EventMask::OtherMouseDown | EventMask::LeftMouseDown);
+    ASSERT_TRUE(xdotoolExpecting("key shift+k 5", 2, events));
+    EXPECT_EQ(shown(events), u"key 40 'K' 20000 | key 23 '5' 0"_qs);
+    ASSERT_TRUE(xdotoolExpecting("mousemove 600 400 click 2 click 3 click 1", 4, events));
+    EXPECT_EQ(events[2].type, InputEventType::OtherMouseDown);
+    EXPECT_EQ(events[2].buttonNumber, 2);
+    EXPECT_EQ(events[2].position.toPoint(), QPoint(600, 400));
+    EXPECT_EQ(events[3].type, InputEventType::LeftMouseDown);
+    EXPECT_EQ(events[3].buttonNumber, 0);
 }
 
 using HotKeyTest = DesktopTest;
 
 TEST_F(HotKeyTest, PressingTheCombinationCallsHandlersNewestFirst) {
     HotKeys& hotKeys = backend->hotKeys();
-    QList<QString> calls;
+    QStringList calls;
     const HotKeyHandlerRef older = hotKeys.installHandler([&](const HotKeyId& id) {
-        calls.append(QStringLiteral("older:%1").arg(id.id));
+        calls.append(u"older:%1"_qs.arg(id.id));
         return HotKeyStatus::NoErr;
     });
     const HotKeyHandlerRef newer = hotKeys.installHandler([&](const HotKeyId& id) {
-        calls.append(QStringLiteral("newer:%1").arg(id.id));
+        calls.append(u"newer:%1"_qs.arg(id.id));
         return HotKeyStatus::EventNotHandled;
     });
-    HotKeyRef ref = 0;
-    ASSERT_EQ(hotKeys.registerHotKey(kVirtualK, CarbonModifier::Cmd | CarbonModifier::Shift,
-                                     HotKeyId{0x4B575A52, 99}, &ref),
+    const quint32 cmdShift = CarbonModifier::Cmd | CarbonModifier::Shift;
+    HotKeyRef ref = 0, twice = 7;
+    ASSERT_EQ(hotKeys.registerHotKey(kVirtualK, cmdShift, {0x4B575A52, 99}, &ref),
               HotKeyStatus::NoErr);
     EXPECT_NE(ref, 0u);
-    // Registering the same combination twice in this process is refused as well.
-    HotKeyRef twice = 7;
-    EXPECT_EQ(hotKeys.registerHotKey(kVirtualK, CarbonModifier::Cmd | CarbonModifier::Shift,
-                                     HotKeyId{0x4B575A52, 98}, &twice),
+    // The same combination again, in this process, is refused as well.
+    EXPECT_EQ(hotKeys.registerHotKey(kVirtualK, cmdShift, {0x4B575A52, 98}, &twice),
               HotKeyStatus::HotKeyExists);
     EXPECT_EQ(twice, 0u);
 
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("super+shift+k")}));
+    ASSERT_TRUE(xdotool(words("key super+shift+k")));
     ASSERT_TRUE(XSession::waitUntil([&] { return calls.size() >= 2; }));
-    EXPECT_EQ(calls, (QList<QString>{QStringLiteral("newer:99"), QStringLiteral("older:99")}));
-
-    // Num Lock on: the grab still matches.
+    EXPECT_EQ(calls, (QStringList{u"newer:99"_qs, u"older:99"_qs}));
+    // With Num Lock on the grab still matches.
     calls.clear();
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("Num_Lock")}));
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("super+shift+k")}));
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("Num_Lock")}));
+    ASSERT_TRUE(xdotool(words("key Num_Lock super+shift+k Num_Lock")));
     ASSERT_TRUE(XSession::waitUntil([&] { return calls.size() >= 2; }));
-
-    // Unregistered: the combination reaches the focused window again, no handler runs.
+    // Unregistered: no handler runs.
     hotKeys.unregisterHotKey(ref);
     calls.clear();
-    ASSERT_TRUE(xdotool({QStringLiteral("key"), QStringLiteral("super+shift+k")}));
+    ASSERT_TRUE(xdotool(words("key super+shift+k")));
     ASSERT_TRUE(barrier->sync());
     EXPECT_TRUE(calls.isEmpty());
     hotKeys.removeHandler(newer);
@@ -196,21 +154,21 @@ TEST_F(HotKeyTest, PressingTheCombinationCallsHandlersNewestFirst) {
 }
 
 TEST_F(HotKeyTest, ACombinationAnotherClientHoldsIsRefusedAndLeavesNothingGrabbed) {
-    // A second client takes Control+Option+F5 first.
+    // A second client takes Control+Option+F5 (with Caps Lock) first.
     xcb_connection_t* other = xcb_connect(s->display().toLatin1().constData(), nullptr);
     ASSERT_FALSE(xcb_connection_has_error(other));
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(other)).data->root;
     const xcb_keycode_t f5 = 63 + 8;
     const quint16 mods = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
-    xcb_generic_error_t* err =
-        xcb_request_check(other, xcb_grab_key_checked(other, 1, root, mods | XCB_MOD_MASK_LOCK, f5,
+    const auto grab = [&](quint16 variant) {
+        return xcb_request_check(other,
+                                 xcb_grab_key_checked(other, 1, root, mods | variant, f5,
                                                       XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    ASSERT_EQ(err, nullptr);
-
+    };
+    ASSERT_EQ(grab(XCB_MOD_MASK_LOCK), nullptr);
+    const quint32 controlOption = CarbonModifier::Control | CarbonModifier::Option;
     HotKeyRef ref = 5;
-    EXPECT_EQ(backend->hotKeys().registerHotKey(96,
-                                                CarbonModifier::Control | CarbonModifier::Option,
-                                                HotKeyId{0x4B575A52, 99}, &ref),
+    EXPECT_EQ(backend->hotKeys().registerHotKey(96, controlOption, {0x4B575A52, 99}, &ref),
               HotKeyStatus::HotKeyExists);
     EXPECT_EQ(ref, 0u);
 
@@ -218,19 +176,14 @@ TEST_F(HotKeyTest, ACombinationAnotherClientHoldsIsRefusedAndLeavesNothingGrabbe
     xcb_ungrab_key(other, f5, root, mods | XCB_MOD_MASK_LOCK);
     for (const quint16 variant : std::initializer_list<quint16>{
              0, XCB_MOD_MASK_LOCK, XCB_MOD_MASK_2, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2}) {
-        err = xcb_request_check(other,
-                                xcb_grab_key_checked(other, 1, root, quint16(mods | variant), f5,
-                                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        xcb_generic_error_t* err = grab(variant);
         EXPECT_EQ(err, nullptr) << "variant " << variant << " is still grabbed";
         free(err);
     }
     xcb_disconnect(other);
-
     // Once the other client is gone the combination can be registered.
     ASSERT_TRUE(barrier->sync());
-    EXPECT_EQ(backend->hotKeys().registerHotKey(96,
-                                                CarbonModifier::Control | CarbonModifier::Option,
-                                                HotKeyId{0x4B575A52, 99}, &ref),
+    EXPECT_EQ(backend->hotKeys().registerHotKey(96, controlOption, {0x4B575A52, 99}, &ref),
               HotKeyStatus::NoErr);
     backend->hotKeys().unregisterHotKey(ref);
 }
