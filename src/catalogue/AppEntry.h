@@ -49,13 +49,17 @@ struct AppEntry {
     static QString lowercased(const QString& s) { return s.toLower(); }
 };
 
-inline size_t qHash(const AppEntry& e, size_t seed = 0) noexcept { return ::qHash(e.id, seed); }
+inline size_t qHash(const AppEntry& e, size_t seed = 0) noexcept {
+    return ::qHash(e.id, seed);
+}
 
 } // namespace valimbra
 
 template <>
 struct std::hash<valimbra::AppEntry> {
-    size_t operator()(const valimbra::AppEntry& e) const noexcept { return std::hash<qint32>{}(e.id); }
+    size_t operator()(const valimbra::AppEntry& e) const noexcept {
+        return std::hash<qint32>{}(e.id);
+    }
 };
 
 Q_DECLARE_METATYPE(valimbra::AppEntry)

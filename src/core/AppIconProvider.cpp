@@ -6,7 +6,8 @@
 
 namespace valimbra {
 
-AppIconProvider::AppIconProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+AppIconProvider::AppIconProvider()
+    : QQuickImageProvider(QQuickImageProvider::Image) {}
 
 void AppIconProvider::update(const QList<AppEntry>& entries) {
     QHash<qint32, QImage> next;

@@ -48,9 +48,9 @@ AppSwitcherEngine::AppSwitcherEngine(const Platform& platform, QObject* parent)
     m_recencySaveQueue = m_platform.makeExecutor(u"app.brindlex.recency.save"_qs);
     m_search = std::make_unique<SearchIndex>();
     m_iconProcessor = std::make_unique<IconProcessor>();
-    m_monitor = std::make_unique<RunningAppsMonitor>(workspace, *m_search, settings,
-                                                     *m_iconProcessor, scheduler, *m_monitorQueue,
-                                                     *m_recencySaveQueue);
+    m_monitor =
+        std::make_unique<RunningAppsMonitor>(workspace, *m_search, settings, *m_iconProcessor,
+                                             scheduler, *m_monitorQueue, *m_recencySaveQueue);
     m_holdMonitor = std::make_unique<HoldKeyMonitor>(*m_platform.input, scheduler);
     m_hotKey = std::make_unique<HotKeyRegistration>(*m_platform.hotKeys, scheduler);
     m_invokeMode = std::make_unique<InvokeModeSwitch>(settings, *m_holdMonitor, *m_hotKey);
@@ -60,9 +60,8 @@ AppSwitcherEngine::AppSwitcherEngine(const Platform& platform, QObject* parent)
     m_review = std::make_unique<ReviewTracker>(settings, scheduler);
 
     // Registered before anything reads them; grid and list views fall back to other values.
-    settings.registerDefaults({{kMiddleMouseEnabled, true},
-                               {kHoverLaunchEnabled, true},
-                               {kAnimationStyle, u"bloom"_qs}});
+    settings.registerDefaults(
+        {{kMiddleMouseEnabled, true}, {kHoverLaunchEnabled, true}, {kAnimationStyle, u"bloom"_qs}});
 
     if (auto raw = settings.string(kHoldModifier))
         if (auto modifier = holdModifierFromRaw(*raw))
@@ -120,7 +119,9 @@ AppSwitcherEngine::~AppSwitcherEngine() {
     m_holdMonitor->onReleased = nullptr;
 }
 
-AppIconProvider* AppSwitcherEngine::takeIconProvider() { return m_ownedIconProvider.release(); }
+AppIconProvider* AppSwitcherEngine::takeIconProvider() {
+    return m_ownedIconProvider.release();
+}
 
 void AppSwitcherEngine::setReady(bool ready) {
     if (m_isReady == ready)
@@ -452,7 +453,9 @@ std::optional<int> AppSwitcherEngine::indexOfFavourite(const QString& bundleID) 
     return std::nullopt;
 }
 
-bool AppSwitcherEngine::canAddFavourite() const { return m_pinned->pinnedApps().size() < 15; }
+bool AppSwitcherEngine::canAddFavourite() const {
+    return m_pinned->pinnedApps().size() < 15;
+}
 
 bool AppSwitcherEngine::addFavourite(int index) {
     if (index < 0 || index >= m_displayedApps.size())
@@ -477,7 +480,8 @@ bool AppSwitcherEngine::ignoreApp(int index) {
     const AppEntry& e = m_displayedApps.at(index);
     if (e.isAddSlot)
         return false;
-    const bool ok = valimbra::ignoreApp(*m_ignored, *m_pinned, IgnoredApp{e.bundleID, e.name, e.appURL});
+    const bool ok =
+        valimbra::ignoreApp(*m_ignored, *m_pinned, IgnoredApp{e.bundleID, e.name, e.appURL});
     if (ok && !m_searchQuery.isEmpty())
         runSearch(m_searchQuery); // drop it from the visible results too
     return ok;

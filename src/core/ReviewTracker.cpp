@@ -3,7 +3,9 @@
 namespace valimbra {
 
 namespace {
-QString key(const char* k) { return QString::fromLatin1(k); }
+QString key(const char* k) {
+    return QString::fromLatin1(k);
+}
 
 std::optional<Date> readDate(const SettingsStore& s, const char* k) {
     if (!s.contains(key(k)))
@@ -31,8 +33,12 @@ void ReviewTracker::markPrompted() {
     m_settings.setDouble(key(lastPromptDateKey), m_clock.now().secondsSinceReference());
 }
 
-qint64 ReviewTracker::switchCount() const { return m_settings.integer(key(switchCountKey)); }
-qint64 ReviewTracker::sessionCount() const { return m_settings.integer(key(sessionCountKey)); }
+qint64 ReviewTracker::switchCount() const {
+    return m_settings.integer(key(switchCountKey));
+}
+qint64 ReviewTracker::sessionCount() const {
+    return m_settings.integer(key(sessionCountKey));
+}
 std::optional<Date> ReviewTracker::firstUseDate() const {
     return readDate(m_settings, firstUseDateKey);
 }

@@ -15,7 +15,8 @@ public:
     static constexpr auto lastPromptDateKey = "valimbra.review.lastPromptDate";
 
     ReviewTracker(SettingsStore& settings, const Scheduler& clock)
-        : m_settings(settings), m_clock(clock) {}
+        : m_settings(settings)
+        , m_clock(clock) {}
 
     // One opening of the switcher.
     void countUse();

@@ -11,7 +11,8 @@ namespace valimbra {
 class Date {
 public:
     constexpr Date() = default;
-    constexpr explicit Date(double secondsSinceReference) : m_seconds(secondsSinceReference) {}
+    constexpr explicit Date(double secondsSinceReference)
+        : m_seconds(secondsSinceReference) {}
 
     // 0001-01-01T00:00:00Z, the "never" that sorts before every real date.
     static constexpr Date distantPast() { return Date(-63114076800.0); }
@@ -22,8 +23,7 @@ public:
         return Date(double(dt.toMSecsSinceEpoch()) / 1000.0 - unixOffset());
     }
     QDateTime toDateTime() const {
-        return QDateTime::fromMSecsSinceEpoch(qint64((m_seconds + unixOffset()) * 1000.0),
-                                              Qt::UTC);
+        return QDateTime::fromMSecsSinceEpoch(qint64((m_seconds + unixOffset()) * 1000.0), Qt::UTC);
     }
 
     constexpr double secondsSinceReference() const { return m_seconds; }

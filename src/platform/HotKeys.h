@@ -25,7 +25,7 @@ inline constexpr int EventNotHandled = -9874;
 inline constexpr int HotKeyExists = -9878; // the combination is taken by another client
 } // namespace HotKeyStatus
 
-using HotKeyRef = quint64;     // 0 = none
+using HotKeyRef = quint64;        // 0 = none
 using HotKeyHandlerRef = quint64; // 0 = none
 
 // System-wide hot keys. Pressing a registered combination calls the installed handlers (newest

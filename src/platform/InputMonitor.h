@@ -17,7 +17,7 @@ namespace ModifierFlag {
 inline constexpr quint64 CapsLock = 0x10000;
 inline constexpr quint64 Shift = 0x20000;
 inline constexpr quint64 Control = 0x40000;
-inline constexpr quint64 Option = 0x80000;  // Alt (Mod1)
+inline constexpr quint64 Option = 0x80000;   // Alt (Mod1)
 inline constexpr quint64 Command = 0x100000; // Super (Mod4)
 inline constexpr quint64 NumericPad = 0x200000;
 inline constexpr quint64 Function = 0x800000;
@@ -34,6 +34,23 @@ inline constexpr quint64 OtherMouseDown = 1ull << 25;
 } // namespace EventMask
 
 enum class InputEventType { FlagsChanged, KeyDown, LeftMouseDown, RightMouseDown, OtherMouseDown };
+
+// The mask bit a monitor uses to ask for events of this type.
+constexpr quint64 eventMaskFor(InputEventType type) {
+    switch (type) {
+    case InputEventType::FlagsChanged:
+        return EventMask::FlagsChanged;
+    case InputEventType::KeyDown:
+        return EventMask::KeyDown;
+    case InputEventType::LeftMouseDown:
+        return EventMask::LeftMouseDown;
+    case InputEventType::RightMouseDown:
+        return EventMask::RightMouseDown;
+    case InputEventType::OtherMouseDown:
+        return EventMask::OtherMouseDown;
+    }
+    return 0;
+}
 
 struct InputEvent {
     InputEventType type = InputEventType::KeyDown;

@@ -24,7 +24,8 @@ QString QSettingsStore::defaultPath() {
            u"/Brindlex/Valimbra.conf"_qs;
 }
 
-QSettingsStore::QSettingsStore(QObject* parent) : QSettingsStore(defaultPath(), parent) {}
+QSettingsStore::QSettingsStore(QObject* parent)
+    : QSettingsStore(defaultPath(), parent) {}
 
 QSettingsStore::QSettingsStore(const QString& iniPath, QObject* parent)
     : SettingsStore(parent)

@@ -13,7 +13,8 @@
 
 namespace valimbra {
 
-QtScheduler::QtScheduler(QObject* parent) : QObject(parent) {}
+QtScheduler::QtScheduler(QObject* parent)
+    : QObject(parent) {}
 
 void QtScheduler::post(std::function<void()> block) {
     QMetaObject::invokeMethod(this, std::move(block), Qt::QueuedConnection);
@@ -35,7 +36,9 @@ WorkItemPtr QtScheduler::postAfter(std::chrono::milliseconds delay, std::functio
     return item;
 }
 
-Date QtScheduler::now() const { return Date::fromDateTime(QDateTime::currentDateTimeUtc()); }
+Date QtScheduler::now() const {
+    return Date::fromDateTime(QDateTime::currentDateTimeUtc());
+}
 
 struct ThreadExecutor::Impl {
     std::mutex mutex;
@@ -45,7 +48,9 @@ struct ThreadExecutor::Impl {
     std::thread thread;
 };
 
-ThreadExecutor::ThreadExecutor(const QString& label) : m_label(label), d(std::make_unique<Impl>()) {
+ThreadExecutor::ThreadExecutor(const QString& label)
+    : m_label(label)
+    , d(std::make_unique<Impl>()) {
     d->thread = std::thread([impl = d.get(), name = label.left(15).toUtf8()] {
         pthread_setname_np(pthread_self(), name.constData());
         std::unique_lock lock(impl->mutex);

@@ -28,7 +28,8 @@ public:
             m_block();
     }
 
-    explicit WorkItem(std::function<void()> block) : m_block(std::move(block)) {}
+    explicit WorkItem(std::function<void()> block)
+        : m_block(std::move(block)) {}
 
 private:
     std::function<void()> m_block;

@@ -14,7 +14,9 @@ std::optional<QVariant> SettingsStore::value(const QString& key) const {
     return *it;
 }
 
-bool SettingsStore::isWritten(const QString& key) const { return readStored(key).has_value(); }
+bool SettingsStore::isWritten(const QString& key) const {
+    return readStored(key).has_value();
+}
 
 bool SettingsStore::boolValue(const QString& key, bool fallback) const {
     auto v = value(key);

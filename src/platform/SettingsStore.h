@@ -17,7 +17,8 @@ namespace valimbra {
 class SettingsStore : public QObject {
     Q_OBJECT
 public:
-    explicit SettingsStore(QObject* parent = nullptr) : QObject(parent) {}
+    explicit SettingsStore(QObject* parent = nullptr)
+        : QObject(parent) {}
     ~SettingsStore() override = default;
 
     // Written value if any, else the registered default, else nothing.

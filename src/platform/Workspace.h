@@ -20,10 +20,10 @@ enum class ActivationPolicy : int { Regular = 0, Accessory = 1, Prohibited = 2 }
 struct RunningApp {
     qint32 pid = 0;
     std::optional<QString> bundleID; // desktop-file ID without ".desktop", or wmclass.<class>
-    QString name;                     // empty when not known (yet)
+    QString name;                    // empty when not known (yet)
     ActivationPolicy activationPolicy = ActivationPolicy::Prohibited;
-    QImage icon;                      // null when not known
-    std::optional<QUrl> appURL;       // file:// URL of the .desktop file
+    QImage icon;                // null when not known
+    std::optional<QUrl> appURL; // file:// URL of the .desktop file
 };
 
 // The desktop's running applications and the operations on them. Signals are emitted on the

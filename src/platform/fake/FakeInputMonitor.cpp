@@ -4,26 +4,6 @@
 
 namespace valimbra {
 
-namespace {
-
-quint64 maskFor(InputEventType type) {
-    switch (type) {
-    case InputEventType::FlagsChanged:
-        return EventMask::FlagsChanged;
-    case InputEventType::KeyDown:
-        return EventMask::KeyDown;
-    case InputEventType::LeftMouseDown:
-        return EventMask::LeftMouseDown;
-    case InputEventType::RightMouseDown:
-        return EventMask::RightMouseDown;
-    case InputEventType::OtherMouseDown:
-        return EventMask::OtherMouseDown;
-    }
-    return 0;
-}
-
-} // namespace
-
 MonitorToken FakeInputMonitor::addGlobalMonitor(quint64 eventMask, GlobalHandler handler) {
     note(u"input.addGlobal"_qs);
     if (m_refuseGlobal)
@@ -82,7 +62,7 @@ bool FakeInputMonitor::mouseDown(int buttonNumber, QPointF position) {
 }
 
 bool FakeInputMonitor::deliver(const InputEvent& event) {
-    const quint64 mask = maskFor(event.type);
+    const quint64 mask = eventMaskFor(event.type);
     // Snapshot first: handlers may add or remove monitors while the event is being delivered.
     std::vector<MonitorToken> targets;
     for (const Monitor& m : m_monitors)

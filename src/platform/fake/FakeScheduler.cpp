@@ -11,8 +11,7 @@ void FakeScheduler::post(std::function<void()> block) {
     m_entries.push_back({m_elapsed, m_seq++, std::make_shared<WorkItem>(std::move(block))});
 }
 
-WorkItemPtr FakeScheduler::postAfter(std::chrono::milliseconds delay,
-                                     std::function<void()> block) {
+WorkItemPtr FakeScheduler::postAfter(std::chrono::milliseconds delay, std::function<void()> block) {
     QMutexLocker lock(&m_mutex);
     auto item = std::make_shared<WorkItem>(std::move(block));
     m_entries.push_back({m_elapsed + double(delay.count()) / 1000.0, m_seq++, item});
@@ -46,10 +45,10 @@ void FakeScheduler::advance(std::chrono::milliseconds by) {
         Entry next;
         {
             QMutexLocker lock(&m_mutex);
-            auto it = std::min_element(m_entries.begin(), m_entries.end(),
-                                       [](const Entry& a, const Entry& b) {
-                                           return a.due < b.due || (a.due == b.due && a.seq < b.seq);
-                                       });
+            auto it = std::min_element(
+                m_entries.begin(), m_entries.end(), [](const Entry& a, const Entry& b) {
+                    return a.due < b.due || (a.due == b.due && a.seq < b.seq);
+                });
             if (it == m_entries.end() || it->due > target + eps)
                 break;
             next = *it;

@@ -14,7 +14,8 @@ namespace valimbra {
 // the same advance when they fall due before its end, in due-time then submission order.
 class FakeScheduler final : public Scheduler {
 public:
-    explicit FakeScheduler(Date start = Date(800000000.0)) : m_now(start) {}
+    explicit FakeScheduler(Date start = Date(800000000.0))
+        : m_now(start) {}
 
     void post(std::function<void()> block) override;
     WorkItemPtr postAfter(std::chrono::milliseconds delay, std::function<void()> block) override;
@@ -66,7 +67,8 @@ namespace valimbra {
 // ordered, and driven by the same virtual clock as everything else in a test.
 class SchedulerExecutor final : public SerialExecutor {
 public:
-    explicit SchedulerExecutor(Scheduler& scheduler) : m_scheduler(scheduler) {}
+    explicit SchedulerExecutor(Scheduler& scheduler)
+        : m_scheduler(scheduler) {}
     void submit(std::function<void()> block) override { m_scheduler.post(std::move(block)); }
 
 private:

@@ -29,22 +29,6 @@ namespace {
 constexpr quint32 kLockMask = 1u << 1;
 constexpr quint32 kPointerEmulated = 1u << 16; // XIPointerEmulated: a touch, not a button
 
-quint64 eventMaskBit(InputEventType type) {
-    switch (type) {
-    case InputEventType::FlagsChanged:
-        return EventMask::FlagsChanged;
-    case InputEventType::KeyDown:
-        return EventMask::KeyDown;
-    case InputEventType::LeftMouseDown:
-        return EventMask::LeftMouseDown;
-    case InputEventType::RightMouseDown:
-        return EventMask::RightMouseDown;
-    case InputEventType::OtherMouseDown:
-        return EventMask::OtherMouseDown;
-    }
-    return 0;
-}
-
 quint64 flagsFromQt(Qt::KeyboardModifiers m) {
     quint64 f = 0;
     if (m & Qt::ShiftModifier)
@@ -306,7 +290,7 @@ void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
     // While one of our windows has the focus, the local monitors see the event instead.
     if (QGuiApplication::focusWindow() != nullptr)
         return;
-    const quint64 bit = eventMaskBit(ev.type);
+    const quint64 bit = eventMaskFor(ev.type);
     std::vector<MonitorToken> tokens;
     for (const auto& [token, g] : globals)
         if (g.mask & bit)
@@ -482,7 +466,7 @@ bool X11InputMonitor::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
 
-    const quint64 bit = eventMaskBit(ev.type);
+    const quint64 bit = eventMaskFor(ev.type);
     std::vector<MonitorToken> tokens;
     for (const auto& [token, l] : d->locals)
         if (l.mask & bit)
