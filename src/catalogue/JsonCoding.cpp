@@ -271,23 +271,33 @@ QList<QString> sortedKeys(const QHash<QString, Value>& map) {
 
 } // namespace
 
-std::optional<QByteArray> encodePinnedApps(const QList<PinnedApp>& apps) {
+// Favourites and ignored apps are stored as records of one shape; a favourite's URL is required,
+// an ignored app's is written only when known. An invalid URL fails the whole save.
+template <typename App, typename UrlOf>
+std::optional<QByteArray> encodeAppRecords(const QList<App>& apps, UrlOf urlOf) {
     Writer w;
     w.beginArray();
-    for (const PinnedApp& app : apps) {
-        if (!app.appURL.isValid())
+    for (const App& app : apps) {
+        const std::optional<QUrl> url = urlOf(app);
+        if (url && !url->isValid())
             return std::nullopt;
         w.beginObject();
         w.key(kBundleID);
         w.string(app.bundleID);
         w.key(kName);
         w.string(app.name);
-        w.key(kAppURL);
-        w.string(urlString(app.appURL));
+        if (url) {
+            w.key(kAppURL);
+            w.string(urlString(*url));
+        }
         w.endObject();
     }
     w.endArray();
     return w.result();
+}
+
+std::optional<QByteArray> encodePinnedApps(const QList<PinnedApp>& apps) {
+    return encodeAppRecords(apps, [](const PinnedApp& app) { return std::optional(app.appURL); });
 }
 
 std::optional<QList<PinnedApp>> decodePinnedApps(const QByteArray& data) {
@@ -305,24 +315,7 @@ std::optional<QList<PinnedApp>> decodePinnedApps(const QByteArray& data) {
 }
 
 std::optional<QByteArray> encodeIgnoredApps(const QList<IgnoredApp>& apps) {
-    Writer w;
-    w.beginArray();
-    for (const IgnoredApp& app : apps) {
-        if (app.appURL && !app.appURL->isValid())
-            return std::nullopt;
-        w.beginObject();
-        w.key(kBundleID);
-        w.string(app.bundleID);
-        w.key(kName);
-        w.string(app.name);
-        if (app.appURL) {
-            w.key(kAppURL);
-            w.string(urlString(*app.appURL));
-        }
-        w.endObject();
-    }
-    w.endArray();
-    return w.result();
+    return encodeAppRecords(apps, [](const IgnoredApp& app) { return app.appURL; });
 }
 
 std::optional<QList<IgnoredApp>> decodeIgnoredApps(const QByteArray& data) {

@@ -46,6 +46,7 @@ AppSwitcherEngine::AppSwitcherEngine(const Platform& platform, QObject* parent)
     // The catalogue: search index, then the running apps monitor over it, then the hold key.
     m_monitorQueue = m_platform.makeExecutor(u"app.brindlex.monitor"_qs);
     m_recencySaveQueue = m_platform.makeExecutor(u"app.brindlex.recency.save"_qs);
+    m_iconQueue = m_platform.makeExecutor(u"app.brindlex.iconprocessor"_qs);
     m_search = std::make_unique<SearchIndex>();
     m_iconProcessor = std::make_unique<IconProcessor>();
     m_monitor =
@@ -132,7 +133,7 @@ void AppSwitcherEngine::setReady(bool ready) {
 
 // MARK: - List building
 
-QList<AppEntry> AppSwitcherEngine::buildList(const QList<AppEntry>& running) const {
+QList<AppEntry> AppSwitcherEngine::buildList(const QList<AppEntry>& running) {
     QSet<QString> ignored;
     for (const IgnoredApp& app : m_ignored->ignoredApps())
         ignored.insert(app.bundleID);
@@ -167,9 +168,8 @@ QList<AppEntry> AppSwitcherEngine::buildList(const QList<AppEntry>& running) con
             e.isFavourite = true;
             list.append(std::move(e));
         } else {
-            list.append(AppEntry::fromPinned(fav, [this](const QString& path) {
-                return m_platform.workspace->iconForFile(path);
-            }));
+            list.append(AppEntry::fromPinned(
+                fav, [this](const QString& path) { return favouriteIcon(path); }));
         }
     }
     if (m_isWiggleMode)
@@ -178,6 +178,30 @@ QList<AppEntry> AppSwitcherEngine::buildList(const QList<AppEntry>& running) con
         if (!seen.contains(e.bundleID))
             list.append(e);
     return list;
+}
+
+// Icons of favourites that are not running come from their desktop files. Decoding them is disk
+// and image work, so it runs on the icon queue; the list is rebuilt when an icon arrives.
+QImage AppSwitcherEngine::favouriteIcon(const QString& path) {
+    if (auto it = m_favouriteIcons.constFind(path); it != m_favouriteIcons.cend())
+        return *it;
+    if (!m_favouriteIconsLoading.contains(path)) {
+        m_favouriteIconsLoading.insert(path);
+        Workspace* workspace = m_platform.workspace;
+        Scheduler* scheduler = m_platform.scheduler;
+        QPointer<AppSwitcherEngine> self(this);
+        m_iconQueue->submit([workspace, scheduler, self, path] {
+            QImage icon = workspace->iconForFile(path);
+            scheduler->post([self, path, icon = std::move(icon)] {
+                if (!self)
+                    return;
+                self->m_favouriteIconsLoading.remove(path);
+                self->m_favouriteIcons.insert(path, icon);
+                self->refresh();
+            });
+        });
+    }
+    return {};
 }
 
 void AppSwitcherEngine::setDisplayedApps(QList<AppEntry> apps) {

@@ -4,7 +4,9 @@
 #include "core/DisplayedAppsModel.h"
 #include "platform/Platform.h"
 
+#include <QHash>
 #include <QObject>
+#include <QSet>
 #include <QtQml/qqmlregistration.h>
 
 #include <memory>
@@ -97,7 +99,8 @@ public:
     bool canAddFavourite() const;
 
     // The list rule behind displayedApps when no search is active.
-    QList<AppEntry> buildList(const QList<AppEntry>& running) const;
+    // (Starts loading icons of favourites that are not running, hence not const.)
+    QList<AppEntry> buildList(const QList<AppEntry>& running);
 
     // Collaborators, for the application, the settings panes and tests.
     PinnedAppsManager& pinnedApps() const { return *m_pinned; }
@@ -135,10 +138,12 @@ private:
     void removeMiddleMouseMonitors();
     bool handleMiddleButton(const InputEvent& event);
     std::optional<int> indexOfFavourite(const QString& bundleID) const;
+    QImage favouriteIcon(const QString& path);
 
     Platform m_platform;
     std::unique_ptr<SerialExecutor> m_monitorQueue;
     std::unique_ptr<SerialExecutor> m_recencySaveQueue;
+    std::unique_ptr<SerialExecutor> m_iconQueue;
     std::unique_ptr<SearchIndex> m_search;
     std::unique_ptr<IconProcessor> m_iconProcessor;
     std::unique_ptr<RunningAppsMonitor> m_monitor;
@@ -160,6 +165,9 @@ private:
     bool m_isReady = false;
     bool m_isWiggleMode = false;
     bool m_invokeModeApplyPending = false;
+    // Desktop-file icons of favourites, by path; filled from the icon queue.
+    QHash<QString, QImage> m_favouriteIcons;
+    QSet<QString> m_favouriteIconsLoading;
 
     MonitorToken m_middleMouseMonitor = 0;
     MonitorToken m_localMiddleMouseMonitor = 0;

@@ -38,9 +38,9 @@ AppEntry app(const QString& name, qint64 activationCount = 0, QString bundleID =
 }
 
 // "Notes|Notepad\t4": '|' between names, an optional activation count after a tab.
-QList<AppEntry> apps(const char* spec) {
+QList<AppEntry> apps(const char* listing) {
     QList<AppEntry> out;
-    for (const QString& part : QString::fromUtf8(spec).split(u'|'))
+    for (const QString& part : QString::fromUtf8(listing).split(u'|'))
         out << app(part.section(u'\t', 0, 0), part.section(u'\t', 1).toLongLong());
     return out;
 }

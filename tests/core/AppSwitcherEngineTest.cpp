@@ -91,6 +91,7 @@ TEST_F(Engine, FavouritesComeFirstThenRunningAppsMostRecentFirst) {
               QStringList({u"Calculator"_qs, u"Files"_qs, u"XTerm"_qs, u"Firefox ESR"_qs}));
     const auto& list = engine->displayedApps();
     EXPECT_LT(list[0].id, 0) << "a favourite that is not running has a negative id";
+    EXPECT_EQ(list[0].icon.pixelColor(8, 8), QColor(Qt::blue)) << "its desktop file's icon";
     EXPECT_FALSE(list[0].isRunning);
     EXPECT_EQ(list[1].id, 101) << "a running favourite is shown once, as its process";
     EXPECT_TRUE(list[1].isFavourite);
