@@ -8,12 +8,6 @@ namespace valimbra::search {
 
 namespace {
 
-std::size_t heapBlock(std::size_t bytes) {
-    if (bytes == 0)
-        return 0;
-    return std::max<std::size_t>(32, (bytes + 8 + 15) & ~std::size_t(15));
-}
-
 template <typename K>
 void toCodes(std::span<const K> text, CodeBuffer& out) {
     out.resize(qsizetype(text.size()));

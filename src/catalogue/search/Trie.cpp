@@ -5,18 +5,6 @@
 
 namespace valimbra::search {
 
-namespace {
-
-// What an allocation of `bytes` really takes from glibc malloc: 8 bytes of header, rounded up to
-// 16, at least 32.
-std::size_t heapBlock(std::size_t bytes) {
-    if (bytes == 0)
-        return 0;
-    return std::max<std::size_t>(32, (bytes + 8 + 15) & ~std::size_t(15));
-}
-
-} // namespace
-
 Trie::Trie() {
     m_nodes.emplace_back();
 }

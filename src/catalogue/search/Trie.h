@@ -12,12 +12,23 @@
 
 #include "Characters.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 namespace valimbra::search {
+
+// What an allocation of `bytes` really takes from glibc malloc: 8 bytes of header, rounded up to
+// 16, at least 32. Used by the memory estimates of the trie and the index.
+inline std::size_t heapBlock(std::size_t bytes) {
+    if (bytes == 0)
+        return 0;
+    return std::max<std::size_t>(32, (bytes + 8 + 15) & ~std::size_t(15));
+}
 
 using SlotId = std::uint32_t;
 
