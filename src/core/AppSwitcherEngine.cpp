@@ -6,13 +6,13 @@
 #include "catalogue/PinnedAppsManager.h"
 #include "catalogue/RunningAppsMonitor.h"
 #include "catalogue/SearchIndex.h"
-#include "core/AppIconProvider.h"
 #include "core/HoldKeyMonitor.h"
 #include "core/HoldModifier.h"
 #include "core/HotKeyRegistration.h"
 #include "core/InvokeModeSwitch.h"
 #include "core/ReviewTracker.h"
 #include "core/ShortcutManager.h"
+#include "overlay/AppIconProvider.h"
 
 #include <QCollator>
 #include <QSet>
@@ -34,7 +34,7 @@ constexpr int kMiddleButton = 2;
 } // namespace
 
 AppSwitcherEngine::AppSwitcherEngine(const Platform& platform, QObject* parent)
-    : QObject(parent)
+    : SwitcherModel(parent)
     , m_platform(platform)
     , m_model(std::make_unique<DisplayedAppsModel>())
     , m_ownedIconProvider(std::make_unique<AppIconProvider>()) {
@@ -244,6 +244,8 @@ void AppSwitcherEngine::show() {
 
 void AppSwitcherEngine::hide() {
     cancelHoverDwell();
+    // Closing also ends rearranging, so the next hold opens the switcher at once.
+    setWiggleMode(false);
     m_holdMonitor->cancelHold();
     setVisible(false);
     clearSearch();
@@ -334,7 +336,8 @@ void AppSwitcherEngine::activateAt(int index) {
     activate(m_displayedApps.at(index));
 }
 
-void AppSwitcherEngine::activate(const AppEntry& entry) {
+// By value: closing refreshes displayedApps, which may free the entry a caller passed in.
+void AppSwitcherEngine::activate(AppEntry entry) {
     if (entry.isAddSlot)
         return;
     m_review->countSwitch();

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "catalogue/AppEntry.h"
-#include "core/DisplayedAppsModel.h"
+#include "overlay/DisplayedAppsModel.h"
+#include "overlay/SwitcherModel.h"
 #include "platform/Platform.h"
 
 #include <QHash>
@@ -29,19 +30,11 @@ class ShortcutManager;
 // The one central object: decides what the overlay shows, what is highlighted, whether it is
 // visible, the search text and whether favourites are being rearranged, and carries out the
 // user's choice. All state lives on the main thread.
-class AppSwitcherEngine : public QObject {
+class AppSwitcherEngine : public SwitcherModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The application creates the one engine")
-    Q_PROPERTY(valimbra::DisplayedAppsModel* displayedApps READ displayedAppsModel CONSTANT)
-    Q_PROPERTY(int displayedCount READ displayedCount NOTIFY displayedAppsChanged)
-    Q_PROPERTY(int highlightIndex READ highlightIndexOrNone WRITE setHighlightIndexFromView NOTIFY
-                   highlightIndexChanged)
-    Q_PROPERTY(QString searchQuery READ searchQuery WRITE setSearchQuery NOTIFY searchQueryChanged)
-    Q_PROPERTY(bool isVisible READ isVisible NOTIFY isVisibleChanged)
-    Q_PROPERTY(bool isWiggleMode READ isWiggleMode NOTIFY isWiggleModeChanged)
     Q_PROPERTY(bool isReady READ isReady NOTIFY isReadyChanged)
-    Q_PROPERTY(bool canAddFavourite READ canAddFavourite NOTIFY favouritesChanged)
 
 public:
     static constexpr int activationDelayMs = 30;
@@ -52,14 +45,12 @@ public:
     ~AppSwitcherEngine() override;
 
     // Published state.
-    const QList<AppEntry>& displayedApps() const { return m_displayedApps; }
-    DisplayedAppsModel* displayedAppsModel() const { return m_model.get(); }
-    int displayedCount() const { return int(m_displayedApps.size()); }
-    std::optional<int> highlightIndex() const { return m_highlightIndex; }
-    int highlightIndexOrNone() const { return m_highlightIndex.value_or(-1); }
-    QString searchQuery() const { return m_searchQuery; }
-    bool isVisible() const { return m_isVisible; }
-    bool isWiggleMode() const { return m_isWiggleMode; }
+    const QList<AppEntry>& displayedApps() const override { return m_displayedApps; }
+    DisplayedAppsModel* displayedAppsModel() const override { return m_model.get(); }
+    std::optional<int> highlightIndex() const override { return m_highlightIndex; }
+    QString searchQuery() const override { return m_searchQuery; }
+    bool isVisible() const override { return m_isVisible; }
+    bool isWiggleMode() const override { return m_isWiggleMode; }
     bool isReady() const { return m_isReady; }
 
     // Start-up marks the engine ready once the overlay is pre-warmed; until then invocation does
@@ -69,34 +60,35 @@ public:
     // Opening and closing.
     Q_INVOKABLE void toggle(); // the hold key, the shortcut
     Q_INVOKABLE void show();
-    Q_INVOKABLE void hide();
+    void hide() override;
     Q_INVOKABLE void refresh();
-    Q_INVOKABLE void closeRequest();
+    void closeRequest() override;
 
     // Highlight and commit.
-    Q_INVOKABLE void moveHighlight(int step);
-    Q_INVOKABLE void commitHighlighted();
-    Q_INVOKABLE void activateAt(int index);
-    void activate(const AppEntry& entry);
+    void moveHighlight(int step) override;
+    void commitHighlighted() override;
+    void activateAt(int index) override;
+    void activate(AppEntry entry);
 
     // Hover dwell: resting on an item commits it after the stored delay.
-    Q_INVOKABLE void hoverItem(int index);
-    Q_INVOKABLE void startHoverDwell();
-    Q_INVOKABLE void cancelHoverDwell();
+    void hoverItem(int index) override;
+    void startHoverDwell() override;
+    void cancelHoverDwell() override;
 
     // Type-to-search.
-    void setSearchQuery(const QString& query);
-    Q_INVOKABLE void appendSearchText(const QString& text);
-    Q_INVOKABLE void deleteLastSearchCharacter();
+    void setSearchQuery(const QString& query) override;
+    void appendSearchText(const QString& text) override;
+    void deleteLastSearchCharacter() override;
 
     // Favourites and the ignore list, from the overlay.
-    Q_INVOKABLE bool addFavourite(int index);
-    Q_INVOKABLE bool removeFavourite(const QString& bundleID);
-    Q_INVOKABLE bool ignoreApp(int index);
-    Q_INVOKABLE bool moveFavourite(const QString& bundleID, int step);
-    Q_INVOKABLE void enterWiggleMode();
-    Q_INVOKABLE void exitWiggleMode();
-    bool canAddFavourite() const;
+    bool addFavourite(int index) override;
+    bool removeFavourite(const QString& bundleID) override;
+    bool ignoreApp(int index) override;
+    bool moveFavourite(const QString& bundleID, int step) override;
+    void enterWiggleMode() override;
+    void exitWiggleMode() override;
+    bool canAddFavourite() const override;
+    void setHighlightIndexFromView(int index) override;
 
     // The list rule behind displayedApps when no search is active.
     // (Starts loading icons of favourites that are not running, hence not const.)
@@ -117,18 +109,11 @@ public:
     AppIconProvider* takeIconProvider();
 
 Q_SIGNALS:
-    void displayedAppsChanged();
-    void highlightIndexChanged();
-    void searchQueryChanged();
-    void isVisibleChanged();
-    void isWiggleModeChanged();
     void isReadyChanged();
-    void favouritesChanged();
 
 private:
     void setDisplayedApps(QList<AppEntry> apps);
     void setHighlightIndex(std::optional<int> index);
-    void setHighlightIndexFromView(int index);
     void setVisible(bool visible);
     void setWiggleMode(bool on);
     void scheduleSearch();

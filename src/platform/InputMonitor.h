@@ -64,6 +64,10 @@ struct InputEvent {
 
 using MonitorToken = quint64; // 0 = no monitor
 
+// A window of ours that takes the keyboard by an active grab rather than the focus sets this
+// dynamic property to true while it holds the grab, so keys count as local events.
+inline constexpr char keyboardGrabProperty[] = "valimbraKeyboardGrab";
+
 // Global and local event monitors. A global monitor sees events while another client has the
 // focus and can never consume them; a local monitor sees events for our own windows and may
 // swallow one by returning nothing. Handlers run on the main thread.

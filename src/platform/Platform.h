@@ -5,6 +5,7 @@
 #include "Scheduler.h"
 #include "Screens.h"
 #include "SettingsStore.h"
+#include "WindowEffects.h"
 #include "Workspace.h"
 
 #include <functional>
@@ -21,6 +22,7 @@ struct Platform {
     Screens* screens = nullptr;
     Scheduler* scheduler = nullptr;
     SettingsStore* settings = nullptr;
+    WindowEffects* effects = nullptr;
     // Makes the serial background queue with the given label ("app.brindlex.monitor", ...).
     std::function<std::unique_ptr<SerialExecutor>(const QString& label)> makeExecutor;
 };

@@ -5,6 +5,7 @@
 #include "platform/fake/FakeInputMonitor.h"
 #include "platform/fake/FakeScheduler.h"
 #include "platform/fake/FakeScreens.h"
+#include "platform/fake/FakeWindowEffects.h"
 #include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/MemorySettingsStore.h"
 
@@ -23,6 +24,7 @@ struct FakePlatform {
     FakeInputMonitor input;
     FakeHotKeys hotKeys;
     FakeScreens screens;
+    FakeWindowEffects effects;
 
     FakePlatform() { workspace.setReportScheduler(&scheduler); }
 
@@ -34,6 +36,7 @@ struct FakePlatform {
         p.screens = &screens;
         p.scheduler = &scheduler;
         p.settings = &settings;
+        p.effects = &effects;
         p.makeExecutor = [this](const QString&) -> std::unique_ptr<SerialExecutor> {
             return std::make_unique<SchedulerExecutor>(scheduler);
         };

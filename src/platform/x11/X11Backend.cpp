@@ -4,6 +4,7 @@
 #include "X11Connection.h"
 #include "X11HotKeys.h"
 #include "X11InputMonitor.h"
+#include "X11WindowEffects.h"
 #include "X11Workspace.h"
 
 namespace valimbra::x11 {
@@ -14,12 +15,14 @@ struct X11Backend::Private {
     std::unique_ptr<X11Workspace> workspace;
     std::unique_ptr<X11InputMonitor> input;
     std::unique_ptr<X11HotKeys> hotKeys;
+    std::unique_ptr<X11WindowEffects> effects;
     QtScreens screens;
 };
 
 X11Backend::X11Backend()
     : d(std::make_unique<Private>()) {}
 X11Backend::~X11Backend() {
+    d->effects.reset();
     d->hotKeys.reset();
     d->input.reset();
     d->workspace.reset();
@@ -35,6 +38,7 @@ std::unique_ptr<X11Backend> X11Backend::create(const QStringList& dataDirs) {
     b->d->workspace = std::make_unique<X11Workspace>(*b->d->connection, dataDirs);
     b->d->input = std::make_unique<X11InputMonitor>(*b->d->connection);
     b->d->hotKeys = std::make_unique<X11HotKeys>(*b->d->connection);
+    b->d->effects = std::make_unique<X11WindowEffects>(*b->d->connection);
     return b;
 }
 
@@ -46,6 +50,9 @@ InputMonitor& X11Backend::input() {
 }
 HotKeys& X11Backend::hotKeys() {
     return *d->hotKeys;
+}
+WindowEffects& X11Backend::effects() {
+    return *d->effects;
 }
 Screens& X11Backend::screens() {
     return d->screens;

@@ -8,6 +8,7 @@ namespace valimbra {
 class HotKeys;
 class InputMonitor;
 class Screens;
+class WindowEffects;
 class Workspace;
 } // namespace valimbra
 
@@ -28,6 +29,7 @@ public:
     InputMonitor& input();
     HotKeys& hotKeys();
     Screens& screens();
+    WindowEffects& effects();
 
 private:
     X11Backend();

@@ -20,6 +20,7 @@
 #include <xkbcommon/xkbcommon-x11.h>
 #undef explicit
 
+#include <algorithm>
 #include <bitset>
 #include <map>
 
@@ -286,10 +287,27 @@ bool X11InputMonitor::Private::onEvent(xcb_generic_event_t* ev) {
     return false;
 }
 
-void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
-    // While one of our windows has the focus, the local monitors see the event instead.
+// Whether one of our windows takes the keyboard: it has the focus, or it holds an active
+// keyboard grab (the overlay panel, which never takes the focus).
+bool keyboardIsOurs() {
     if (QGuiApplication::focusWindow() != nullptr)
+        return true;
+    const auto windows = QGuiApplication::topLevelWindows();
+    return std::any_of(windows.begin(), windows.end(), [](const QWindow* w) {
+        return w->isVisible() && w->property(keyboardGrabProperty).toBool();
+    });
+}
+
+void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
+    // Events for our own windows reach the local monitors instead: keys while the keyboard is
+    // ours, clicks that land on one of our windows (a click elsewhere is global even while the
+    // overlay holds the keyboard).
+    if (ev.type == InputEventType::FlagsChanged || ev.type == InputEventType::KeyDown) {
+        if (keyboardIsOurs())
+            return;
+    } else if (QGuiApplication::topLevelAt(ev.position.toPoint()) != nullptr) {
         return;
+    }
     const quint64 bit = eventMaskFor(ev.type);
     std::vector<MonitorToken> tokens;
     for (const auto& [token, g] : globals)

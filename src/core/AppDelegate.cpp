@@ -1,0 +1,143 @@
+#include "AppDelegate.h"
+
+#include "core/HoldKeyMonitor.h"
+#include "core/HotKeyRegistration.h"
+#include "core/TrayIconArt.h"
+#include "overlay/AppIconProvider.h"
+#include "overlay/OverlayGeometry.h"
+
+#include <QCoreApplication>
+#include <QMenu>
+#include <QSystemTrayIcon>
+
+#include <cstdio>
+
+namespace valimbra {
+
+using std::chrono::milliseconds;
+
+AppDelegate::AppDelegate(const Platform& platform, Options options, QObject* parent)
+    : QObject(parent)
+    , m_platform(platform)
+    , m_options(options)
+    , m_engine(std::make_unique<AppSwitcherEngine>(platform))
+    , m_router(*platform.settings) {
+    m_launch.start();
+}
+
+AppDelegate::~AppDelegate() {
+    for (const auto& c : std::as_const(m_cancellables))
+        disconnect(c);
+    m_statusItem.reset();
+    m_overlay.reset();
+    m_engine.reset();
+}
+
+void AppDelegate::start() {
+    if (m_options.trayIcon)
+        createStatusItem();
+
+    m_overlay = std::make_unique<OverlayWindowController>(*m_engine, m_platform,
+                                                          m_engine->takeIconProvider());
+    AppSwitcherEngine* engine = m_engine.get();
+    m_cancellables.append(connect(engine, &SwitcherModel::displayedAppsChanged, this, [this] {
+        if (!m_engine->displayedApps().isEmpty())
+            prepareFirstShow();
+    }));
+    m_cancellables.append(connect(engine, &SwitcherModel::isVisibleChanged, this, [this] {
+        if (m_engine->isVisible())
+            m_overlay->showPanel();
+        else
+            m_overlay->hidePanel(true);
+    }));
+    m_cancellables.append(
+        connect(m_overlay.get(), &OverlayWindowController::editFavouritesRequested, this, [this] {
+            m_engine->hide();
+            m_router.openPane(u"Favourites"_qs);
+        }));
+    if (!m_engine->displayedApps().isEmpty())
+        prepareFirstShow();
+
+    if (m_options.trace) {
+        auto wrap = [this](std::function<void()>& callback, const char* source) {
+            callback = [this, source, inner = callback] {
+                markInvocation(source);
+                if (inner)
+                    inner();
+            };
+        };
+        wrap(m_engine->holdMonitor().onPressed, "hold key");
+        wrap(m_engine->hotKey().onPressed, "shortcut");
+        m_overlay->onFirstFrame = [this] {
+            if (!m_invocationSource)
+                return;
+            std::printf("[Valimbra] trace: %s to first frame %.2f ms\n", m_invocationSource,
+                        m_invocation.nsecsElapsed() / 1e6);
+            std::fflush(stdout);
+            m_invocationSource = nullptr;
+        };
+    }
+}
+
+void AppDelegate::markInvocation(const char* source) {
+    m_invocationSource = source;
+    m_invocation.start();
+}
+
+// The panel renders once, invisibly, before the first real opening; only then may it open.
+void AppDelegate::prepareFirstShow() {
+    if (m_firstShowPrepared)
+        return;
+    m_firstShowPrepared = true;
+    const qint64 wait = std::max<qint64>(0, overlay::preWarmDelayMs - m_launch.elapsed());
+    m_preWarmWorkItem = m_platform.scheduler->postAfter(milliseconds(wait), this, [this] {
+        m_overlay->preWarm();
+        m_engine->setReady(true);
+    });
+}
+
+void AppDelegate::createStatusItem() {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        // A tray may appear later; the icon then shows up by itself.
+    }
+    m_statusItem = std::make_unique<QSystemTrayIcon>(trayIcon());
+    m_statusItem->setToolTip(u"Valimbra"_qs);
+    m_statusMenu = std::make_unique<QMenu>();
+    QAction* open = m_statusMenu->addAction(u"Open Switcher"_qs);
+    connect(open, &QAction::triggered, this, [this] { handleRequest(u"toggle"_qs); });
+    m_statusMenu->addSeparator();
+    QAction* quit = m_statusMenu->addAction(u"Quit Valimbra"_qs);
+    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit);
+    m_statusItem->setContextMenu(m_statusMenu.get());
+    connect(m_statusItem.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger)
+                    handleRequest(u"toggle"_qs);
+            });
+    m_statusItem->show();
+}
+
+bool AppDelegate::handleRequest(const QString& request) {
+    if (request == u"toggle") {
+        markInvocation("--toggle");
+        if (m_engine->isVisible())
+            m_engine->hide();
+        else
+            m_engine->show();
+        return true;
+    }
+    if (request == u"quit") {
+        m_platform.scheduler->post(this, [] { QCoreApplication::quit(); });
+        return true;
+    }
+    if (request == u"activate")
+        return true;
+    if (request.startsWith(u"settings")) {
+        const QString pane = request.mid(8).trimmed();
+        m_router.openPane(pane.isEmpty() ? u"General"_qs : pane);
+        return true;
+    }
+    return false;
+}
+
+} // namespace valimbra

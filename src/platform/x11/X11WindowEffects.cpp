@@ -1,0 +1,46 @@
+#include "X11WindowEffects.h"
+
+#include "X11Connection.h"
+
+#include <QWindow>
+
+#include <vector>
+
+namespace valimbra::x11 {
+
+X11WindowEffects::X11WindowEffects(X11Connection& x)
+    : m_x(x) {}
+
+bool X11WindowEffects::compositingActive() const {
+    xcb_connection_t* c = m_x.xcb();
+    // The compositor of the first screen: Valimbra runs on one X screen.
+    const xcb_atom_t selection = m_x.intern("_NET_WM_CM_S0");
+    auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr);
+    const bool active = r && r->owner != XCB_NONE;
+    free(r);
+    return active;
+}
+
+void X11WindowEffects::setBlurBehind(QWindow& window, const QRegion& region) {
+    xcb_connection_t* c = m_x.xcb();
+    const auto w = xcb_window_t(window.winId());
+    const xcb_atom_t property = m_x.intern("_KDE_NET_WM_BLUR_BEHIND_REGION");
+    if (region.isEmpty()) {
+        xcb_delete_property(c, w, property);
+    } else {
+        // The property is in device pixels.
+        const qreal dpr = window.devicePixelRatio();
+        std::vector<quint32> values;
+        for (const QRect& r : region) {
+            values.push_back(quint32(qRound(r.x() * dpr)));
+            values.push_back(quint32(qRound(r.y() * dpr)));
+            values.push_back(quint32(qRound(r.width() * dpr)));
+            values.push_back(quint32(qRound(r.height() * dpr)));
+        }
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, property, XCB_ATOM_CARDINAL, 32,
+                            quint32(values.size()), values.data());
+    }
+    xcb_flush(c);
+}
+
+} // namespace valimbra::x11
