@@ -119,6 +119,8 @@ void AppDelegate::createStatusItem() {
 
 bool AppDelegate::handleRequest(const QString& request) {
     if (request == u"toggle") {
+        if (!m_engine->isReady())
+            return false; // still starting: the caller may try again
         markInvocation("--toggle");
         if (m_engine->isVisible())
             m_engine->hide();

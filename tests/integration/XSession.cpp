@@ -169,7 +169,21 @@ XSession::XSession(Options options)
     try {
         startServer();
         if (m_options.windowManager) {
-            const pid_t wm = spawn({QStringLiteral("openbox"), QStringLiteral("--sm-disable")});
+            pid_t wm = 0;
+            if (m_options.xfwm4) {
+                // xfwm4 keeps its settings in xfconf, which lives on a session bus of its own
+                // here; focus-stealing prevention on, its compositor off (xcompmgr follows).
+                wm =
+                    spawn({QStringLiteral("dbus-run-session"), QStringLiteral("--"),
+                           QStringLiteral("sh"), QStringLiteral("-c"),
+                           QStringLiteral("xfconf-query -c xfwm4 -p /general/prevent_focus_stealing"
+                                          " -n -t bool -s true; "
+                                          "xfconf-query -c xfwm4 -p /general/use_compositing"
+                                          " -n -t bool -s false; "
+                                          "exec xfwm4 --compositor=off --sm-client-disable")});
+            } else {
+                wm = spawn({QStringLiteral("openbox"), QStringLiteral("--sm-disable")});
+            }
             const xcb_atom_t check = atom("_NET_SUPPORTING_WM_CHECK");
             const xcb_atom_t clientList = atom("_NET_CLIENT_LIST");
             const bool ready = waitUntil(
@@ -186,7 +200,7 @@ XSession::XSession(Options options)
                 },
                 10000);
             if (!ready || !isRunning(wm))
-                throw std::runtime_error("openbox did not come up");
+                throw std::runtime_error("the window manager did not come up");
         }
         if (m_options.compositor)
             waitForSelection("_NET_WM_CM_S0", spawn({QStringLiteral("xcompmgr")}), "xcompmgr");

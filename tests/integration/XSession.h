@@ -25,6 +25,8 @@ public:
         bool windowManager = true;
         bool compositor = true;
         bool tray = true;
+        // xfwm4 (focus-stealing prevention on) instead of openbox.
+        bool xfwm4 = false;
     };
 
     // Throws std::runtime_error when a part of the session does not come up.

@@ -25,7 +25,9 @@ int main(int argc, char** argv) {
 
     std::unique_ptr<valimbra::testing::XSession> session;
     try {
-        session = std::make_unique<valimbra::testing::XSession>();
+        valimbra::testing::XSession::Options options;
+        options.xfwm4 = qgetenv("VALIMBRA_TEST_WM") == "xfwm4";
+        session = std::make_unique<valimbra::testing::XSession>(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "cannot start the X session: %s\n", e.what());
         return 1;

@@ -10,8 +10,8 @@ QtObject {
                                          : Qt.rgba(0.141, 0.478, 0.541, 1)
     readonly property color onAccent: dark ? Qt.rgba(1, 1, 1, 0.9) : "white"
     // The frosted backing: translucent where a compositor blends it, opaque where none does.
-    readonly property color backdrop: dark ? Qt.rgba(0.11, 0.12, 0.14, translucent ? 0.8 : 1)
-                                           : Qt.rgba(0.97, 0.97, 0.98, translucent ? 0.84 : 1)
+    readonly property color backdrop: dark ? Qt.rgba(0.11, 0.12, 0.14, translucent ? 0.88 : 1)
+                                           : Qt.rgba(0.97, 0.97, 0.98, translucent ? 0.9 : 1)
     readonly property color backdropBorder: dark ? Qt.rgba(1, 1, 1, 0.10) : Qt.rgba(0, 0, 0, 0.08)
     readonly property color text: dark ? Qt.rgba(1, 1, 1, 0.92) : Qt.rgba(0.07, 0.08, 0.09, 0.92)
     readonly property color secondaryText: dark ? Qt.rgba(1, 1, 1, 0.55) : Qt.rgba(0, 0, 0, 0.5)

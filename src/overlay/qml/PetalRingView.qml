@@ -12,6 +12,20 @@ Item {
     property bool iris: false
 
     readonly property bool open: controller.shown && switcher.isVisible
+    // Hover counts only once the pointer has moved since the opening: items that slide under a
+    // resting pointer must not take the highlight, let alone start the dwell.
+    property bool pointerMoved: false
+    property point pointerAtOpen: Qt.point(-1, -1)
+    onOpenChanged: { pointerMoved = false; pointerAtOpen = Qt.point(-1, -1) }
+    HoverHandler {
+        onPointChanged: {
+            const p = point.position
+            if (view.pointerAtOpen.x < 0)
+                view.pointerAtOpen = p
+            else if (!view.pointerMoved && Math.abs(p.x - view.pointerAtOpen.x) + Math.abs(p.y - view.pointerAtOpen.y) > 4)
+                view.pointerMoved = true
+        }
+    }
     readonly property real cardHalf: 36
     // The caption sits at the centre when the ring leaves room for it, else below the ring.
     readonly property bool captionInside: ringModel.radius >= 108
@@ -46,7 +60,6 @@ Item {
         onClicked: view.switcher.hide()
     }
 
-    SoftShadow { target: disc; radius: disc.radius; blur: 22; offsetY: 8; opacity: view.colors.shadowOpacity * view.bloom }
     Rectangle {
         id: disc
         width: 2 * view.discRadius
@@ -77,6 +90,7 @@ Item {
                 iris: view.iris
                 wiggle: view.switcher.isWiggleMode
                 cardCount: ringModel.count
+                hoverAllowed: view.pointerMoved && view.bloom >= 1
                 // Cards leave one after another and come back together.
                 progress: Math.max(0, Math.min(1, view.open
                     ? (view.bloom * (1 + 0.4) - 0.4 * index / Math.max(1, ringModel.count)) * 1.0

@@ -27,6 +27,7 @@ Item {
     property bool wiggle: false
     property real progress: 0
     property int cardCount: 1
+    property bool hoverAllowed: false
 
     readonly property real cardSize: glass ? 58 : 60
     readonly property real turn: iris ? 72 * (1 - progress) : 0
@@ -156,12 +157,13 @@ Item {
         acceptedButtons: Qt.LeftButton | Qt.RightButton
         property point pressPoint
         property bool swapped: false
-        onEntered: cell.ring.setHovered(cell.index, true)
+        onEntered: if (cell.hoverAllowed) cell.ring.setHovered(cell.index, true)
         onExited: cell.ring.setHovered(cell.index, false)
         onPressed: (mouse) => {
             pressPoint = mapToItem(null, mouse.x, mouse.y)
             swapped = false
         }
+        onMouseXChanged: if (cell.hoverAllowed && containsMouse && !pressed && cell.ring.hoveredId !== cell.appId) cell.ring.setHovered(cell.index, true)
         onPositionChanged: (mouse) => {
             if (!pressed || !cell.wiggle || swapped)
                 return

@@ -10,6 +10,20 @@ Item {
     property string animation: "iris"
 
     readonly property bool open: controller.shown && switcher.isVisible
+    // Hover counts only once the pointer has moved since the opening: items that slide under a
+    // resting pointer must not take the highlight, let alone start the dwell.
+    property bool pointerMoved: false
+    property point pointerAtOpen: Qt.point(-1, -1)
+    onOpenChanged: { pointerMoved = false; pointerAtOpen = Qt.point(-1, -1) }
+    HoverHandler {
+        onPointChanged: {
+            const p = point.position
+            if (view.pointerAtOpen.x < 0)
+                view.pointerAtOpen = p
+            else if (!view.pointerMoved && Math.abs(p.x - view.pointerAtOpen.x) + Math.abs(p.y - view.pointerAtOpen.y) > 4)
+                view.pointerMoved = true
+        }
+    }
     readonly property int count: switcher.displayedCount
     readonly property int columns: Math.max(3, Math.min(6, Math.ceil(Math.sqrt(Math.max(1, count) * 1.4))))
     readonly property int cellWidth: 100
@@ -148,7 +162,8 @@ Item {
                     anchors.fill: parent
                     hoverEnabled: true
                     acceptedButtons: Qt.LeftButton | Qt.RightButton
-                    onEntered: view.switcher.hoverItem(cell.index)
+                    onEntered: if (view.pointerMoved) view.switcher.hoverItem(cell.index)
+                    onMouseXChanged: if (view.pointerMoved && containsMouse && view.switcher.highlightIndex !== cell.index) view.switcher.hoverItem(cell.index)
                     onExited: view.switcher.cancelHoverDwell()
                     onClicked: (mouse) => {
                         if (mouse.button === Qt.RightButton) {

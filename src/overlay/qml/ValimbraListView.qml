@@ -10,6 +10,20 @@ Item {
     property string animation: "iris"
 
     readonly property bool open: controller.shown && switcher.isVisible
+    // Hover counts only once the pointer has moved since the opening: items that slide under a
+    // resting pointer must not take the highlight, let alone start the dwell.
+    property bool pointerMoved: false
+    property point pointerAtOpen: Qt.point(-1, -1)
+    onOpenChanged: { pointerMoved = false; pointerAtOpen = Qt.point(-1, -1) }
+    HoverHandler {
+        onPointChanged: {
+            const p = point.position
+            if (view.pointerAtOpen.x < 0)
+                view.pointerAtOpen = p
+            else if (!view.pointerMoved && Math.abs(p.x - view.pointerAtOpen.x) + Math.abs(p.y - view.pointerAtOpen.y) > 4)
+                view.pointerMoved = true
+        }
+    }
     readonly property int count: switcher.displayedCount
     readonly property int rowHeight: 52
     readonly property real panelWidth: 440
@@ -143,7 +157,8 @@ Item {
                     anchors.fill: parent
                     hoverEnabled: true
                     acceptedButtons: Qt.LeftButton | Qt.RightButton
-                    onEntered: view.switcher.hoverItem(row.index)
+                    onEntered: if (view.pointerMoved) view.switcher.hoverItem(row.index)
+                    onMouseXChanged: if (view.pointerMoved && containsMouse && view.switcher.highlightIndex !== row.index) view.switcher.hoverItem(row.index)
                     onExited: view.switcher.cancelHoverDwell()
                     onClicked: (mouse) => {
                         if (mouse.button === Qt.RightButton) {
