@@ -16,6 +16,10 @@ namespace valimbra {
 
 using std::chrono::milliseconds;
 
+namespace {
+constexpr qint64 kOpeningMs = 450; // the longest opening motion
+} // namespace
+
 AppDelegate::AppDelegate(const Platform& platform, Options options, QObject* parent)
     : QObject(parent)
     , m_platform(platform)
@@ -75,6 +79,21 @@ void AppDelegate::start() {
                         m_invocation.nsecsElapsed() / 1e6);
             std::fflush(stdout);
             m_invocationSource = nullptr;
+            m_openingFrames = 0;
+            m_opening.start();
+        };
+        // Frames presented during the opening animation, against 60 per second.
+        m_overlay->onFrame = [this] {
+            if (!m_opening.isValid())
+                return;
+            ++m_openingFrames;
+            if (m_opening.elapsed() >= kOpeningMs) {
+                std::printf(
+                    "[Valimbra] trace: opening animation %d frames in %lld ms (%d at 60 Hz)\n",
+                    m_openingFrames, m_opening.elapsed(), int(m_opening.elapsed() * 60 / 1000));
+                std::fflush(stdout);
+                m_opening.invalidate();
+            }
         };
     }
 }

@@ -55,6 +55,8 @@ private:
     QElapsedTimer m_launch;
     QElapsedTimer m_invocation;
     const char* m_invocationSource = nullptr;
+    QElapsedTimer m_opening;
+    int m_openingFrames = 0;
 };
 
 } // namespace valimbra

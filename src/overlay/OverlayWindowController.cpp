@@ -100,6 +100,8 @@ void OverlayWindowController::createWindow(QQuickImageProvider* iconProvider) {
             applyShape();
             m_state = State::Hidden;
         }
+        if (onFrame)
+            onFrame();
         if (m_awaitingFirstFrame) {
             m_awaitingFirstFrame = false;
             if (onFirstFrame)

@@ -62,8 +62,10 @@ public:
     // "Edit Favourites" or the ring's add slot.
     Q_INVOKABLE void requestEditFavourites() { Q_EMIT editFavouritesRequested(); }
 
-    // Called when a presented frame follows showPanel(); for the --trace timings.
+    // Called when a presented frame follows showPanel(), and for every presented frame; for the
+    // --trace timings.
     std::function<void()> onFirstFrame;
+    std::function<void()> onFrame;
 
 Q_SIGNALS:
     void appearanceChanged();

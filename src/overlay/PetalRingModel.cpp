@@ -207,21 +207,43 @@ void PetalRingModel::onDisplayedAppsChanged() {
     setCards(std::move(cards));
 }
 
+// Cards keep their delegates across list changes (removed, inserted and moved rows, never a
+// reset), so the views can spring them to their new places.
 void PetalRingModel::setCards(QList<AppEntry> cards) {
-    const bool sameIds = std::equal(cards.begin(), cards.end(), m_cards.begin(), m_cards.end(),
-                                    [](const AppEntry& a, const AppEntry& b) {
-                                        return a.id == b.id && a.isAddSlot == b.isAddSlot;
-                                    });
     const int oldCount = int(m_cards.size());
-    if (sameIds) {
-        m_cards = std::move(cards);
-        if (!m_cards.isEmpty())
-            Q_EMIT dataChanged(index(0), index(int(m_cards.size()) - 1));
-    } else {
-        beginResetModel();
-        m_cards = std::move(cards);
-        endResetModel();
+    auto key = [](const AppEntry& e) { return e.isAddSlot ? std::optional<qint32>() : e.id; };
+    auto indexOf = [&](const QList<AppEntry>& list, const AppEntry& e, int from) {
+        for (int i = from; i < list.size(); ++i)
+            if (key(list.at(i)) == key(e))
+                return i;
+        return -1;
+    };
+    for (int i = int(m_cards.size()) - 1; i >= 0; --i) {
+        if (indexOf(cards, m_cards.at(i), 0) < 0) {
+            beginRemoveRows({}, i, i);
+            m_cards.removeAt(i);
+            endRemoveRows();
+        }
     }
+    for (int i = 0; i < cards.size(); ++i) {
+        if (i < m_cards.size() && key(m_cards.at(i)) == key(cards.at(i))) {
+            m_cards[i] = cards.at(i);
+            continue;
+        }
+        const int j = indexOf(m_cards, cards.at(i), i);
+        if (j >= 0) {
+            beginMoveRows({}, j, j, {}, i);
+            m_cards.move(j, i);
+            endMoveRows();
+            m_cards[i] = cards.at(i);
+        } else {
+            beginInsertRows({}, i, i);
+            m_cards.insert(i, cards.at(i));
+            endInsertRows();
+        }
+    }
+    if (!m_cards.isEmpty())
+        Q_EMIT dataChanged(index(0), index(int(m_cards.size()) - 1));
     if (m_hoveredId && std::none_of(m_cards.begin(), m_cards.end(),
                                     [this](const AppEntry& e) { return e.id == *m_hoveredId; }))
         m_hoveredId.reset();

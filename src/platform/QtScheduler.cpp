@@ -25,12 +25,11 @@ WorkItemPtr QtScheduler::postAfter(std::chrono::milliseconds delay, std::functio
     auto* timer = new QTimer(this);
     timer->setSingleShot(true);
     timer->setTimerType(Qt::PreciseTimer);
-    // The timer holds the item weakly: a cancelled and released item leaves nothing to run.
-    std::weak_ptr<WorkItem> weak = item;
-    QObject::connect(timer, &QTimer::timeout, this, [timer, weak] {
+    // The timer owns the item until it fires: a caller may drop the handle of a block it never
+    // means to cancel (the fake scheduler behaves the same); a cancelled item does nothing.
+    QObject::connect(timer, &QTimer::timeout, this, [timer, item] {
         timer->deleteLater();
-        if (auto it = weak.lock())
-            it->perform();
+        item->perform();
     });
     timer->start(delay);
     return item;

@@ -101,7 +101,7 @@ protected:
     pid_t valimbra = 0;
 };
 
-TEST_F(SwitcherTest, HoldControlOpensAroundThePointerWithoutTakingFocus) {
+TEST_F(SwitcherTest, HoldControlOpensAroundThePointerAndTabReturnSwitches) {
     ASSERT_TRUE(holdControl());
     ASSERT_TRUE(waitOpen());
     const Geometry g = *panel();
@@ -110,9 +110,27 @@ TEST_F(SwitcherTest, HoldControlOpensAroundThePointerWithoutTakingFocus) {
     EXPECT_EQ(g.x + 360, 640);
     EXPECT_EQ(g.y + 360, 400);
     EXPECT_TRUE(activeIs(term1Window)) << "the panel takes no focus";
-    ASSERT_TRUE(key(u"Tab Tab"_qs));
     s->screenshot(u"switcher-open"_qs);
-    EXPECT_TRUE(activeIs(term1Window)) << "keys reach the panel, not the focused window";
+    // Most recent first: this xterm, then the other one.
+    ASSERT_TRUE(key(u"Tab Tab Return"_qs));
+    EXPECT_TRUE(waitClosed());
+    EXPECT_TRUE(activeIs(term2Window));
+}
+
+TEST_F(SwitcherTest, TypingPartOfANameAndReturnOpensThatApp) {
+    const pid_t calc = s->spawn({u"xcalc"_qs});
+    extra.append(calc);
+    const auto calcWindow = s->waitForWindowOfClass(u"XCalc"_qs);
+    ASSERT_TRUE(calcWindow);
+    ASSERT_TRUE(xdotool({u"windowactivate"_qs, u"--sync"_qs, QString::number(term1Window)}));
+    QThread::msleep(300); // the running list learns of the new application
+    ASSERT_TRUE(holdControl());
+    ASSERT_TRUE(waitOpen());
+    ASSERT_TRUE(type(u"xca"_qs));
+    QThread::msleep(150); // the search waits for typing to pause
+    ASSERT_TRUE(key(u"Return"_qs));
+    EXPECT_TRUE(waitClosed());
+    EXPECT_TRUE(activeIs(*calcWindow));
 }
 
 TEST_F(SwitcherTest, ClampedNearACorner) {
@@ -124,12 +142,52 @@ TEST_F(SwitcherTest, ClampedNearACorner) {
     EXPECT_EQ(g.y, 0);
 }
 
-TEST_F(SwitcherTest, EscapeClosesWithoutSwitching) {
+TEST_F(SwitcherTest, EscapeAndClicksOutsideCloseWithoutSwitching) {
     ASSERT_TRUE(holdControl());
     ASSERT_TRUE(waitOpen());
     ASSERT_TRUE(key(u"Escape"_qs));
     EXPECT_TRUE(waitClosed());
     EXPECT_TRUE(activeIs(term1Window));
+
+    // A click on another window closes the switcher and reaches that window: one well away
+    // from the panel, which covers the middle of the screen.
+    ASSERT_TRUE(xdotool(
+        {u"windowmove"_qs, u"--sync"_qs, QString::number(term2Window), u"0"_qs, u"300"_qs}));
+    ASSERT_TRUE(holdControl());
+    ASSERT_TRUE(waitOpen());
+    const auto target =
+        xdotool({u"getwindowgeometry"_qs, u"--shell"_qs, QString::number(term2Window)});
+    ASSERT_TRUE(target);
+    int x = 0, y = 0;
+    for (const QString& line : target->split(u'\n')) {
+        if (line.startsWith(u"X="))
+            x = line.mid(2).toInt() + 30;
+        if (line.startsWith(u"Y="))
+            y = line.mid(2).toInt() + 30;
+    }
+    pointer(x, y);
+    ASSERT_TRUE(xdotool({u"click"_qs, u"1"_qs}));
+    EXPECT_TRUE(waitClosed());
+    EXPECT_TRUE(activeIs(term2Window)) << "the click focused the window it landed on";
+}
+
+TEST_F(SwitcherTest, MiddleButtonToggles) {
+    // Over a window: a middle click on openbox's desktop also opens its own menu.
+    const auto where =
+        xdotool({u"getwindowgeometry"_qs, u"--shell"_qs, QString::number(term1Window)});
+    ASSERT_TRUE(where);
+    int x = 0, y = 0;
+    for (const QString& line : where->split(u'\n')) {
+        if (line.startsWith(u"X="))
+            x = line.mid(2).toInt() + 60;
+        if (line.startsWith(u"Y="))
+            y = line.mid(2).toInt() + 60;
+    }
+    pointer(x, y);
+    ASSERT_TRUE(xdotool({u"click"_qs, u"2"_qs}));
+    ASSERT_TRUE(waitOpen());
+    ASSERT_TRUE(xdotool({u"click"_qs, u"2"_qs}));
+    EXPECT_TRUE(waitClosed());
 }
 
 TEST_F(SwitcherTest, ASecondStartExitsAndToggleReachesTheFirst) {

@@ -196,7 +196,8 @@ XSession::XSession(Options options)
                         free(r);
                         return set;
                     };
-                    return prop(check) && prop(clientList);
+                    // xfwm4 publishes no client list until there is a client.
+                    return prop(check) && (m_options.xfwm4 || prop(clientList));
                 },
                 10000);
             if (!ready || !isRunning(wm))

@@ -161,4 +161,24 @@ TEST_F(Ring, WiggleModeAddsTheSlotAndDragsSwapOnce) {
     EXPECT_EQ(ring.dragFavourite(0, 80, 0), 0) << "only while rearranging";
 }
 
+// A list change moves, inserts and removes rows (never a reset), so cards keep their delegates
+// and spring to their new places; the rows always end up as the new list.
+TEST_F(Ring, ListChangesMoveRowsInsteadOfResetting) {
+    launch(4);
+    engine->show();
+    QSignalSpy resets(&ring, &QAbstractItemModel::modelReset);
+    QSignalSpy moves(&ring, &QAbstractItemModel::rowsMoved);
+    fake.workspace.bringToFront(104);
+    fake.scheduler.advance(1ms);
+    fake.workspace.terminate(102);
+    fake.workspace.launch(110, u"app10"_qs, u"App 10"_qs);
+    fake.scheduler.runPending();
+    QStringList expected;
+    for (const AppEntry& e : engine->displayedApps())
+        expected.append(e.name);
+    EXPECT_EQ(names(), expected);
+    EXPECT_EQ(resets.count(), 0);
+    EXPECT_GE(moves.count(), 1);
+}
+
 } // namespace

@@ -298,6 +298,18 @@ bool keyboardIsOurs() {
     });
 }
 
+// Whether a click at `p` lands on one of our windows (which then sees it as a local event): a
+// visible window containing the point, within its shape when it has one.
+bool landsOnOurWindow(QPointF p) {
+    const auto windows = QGuiApplication::topLevelWindows();
+    return std::any_of(windows.begin(), windows.end(), [p](const QWindow* w) {
+        if (!w->isVisible() || w->opacity() <= 0.0 || !w->geometry().contains(p.toPoint()))
+            return false;
+        const QRegion mask = w->mask();
+        return mask.isEmpty() || mask.contains((p - QPointF(w->position())).toPoint());
+    });
+}
+
 void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
     // Events for our own windows reach the local monitors instead: keys while the keyboard is
     // ours, clicks that land on one of our windows (a click elsewhere is global even while the
@@ -305,7 +317,7 @@ void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
     if (ev.type == InputEventType::FlagsChanged || ev.type == InputEventType::KeyDown) {
         if (keyboardIsOurs())
             return;
-    } else if (QGuiApplication::topLevelAt(ev.position.toPoint()) != nullptr) {
+    } else if (landsOnOurWindow(ev.position)) {
         return;
     }
     const quint64 bit = eventMaskFor(ev.type);
