@@ -6,6 +6,7 @@
 #      software one; frames presented during the opening animation;
 #   2. `valimbra --toggle` against `rofi -show window`, command to first pixels on screen
 #      (../shared/tools/showlatency.py, same session, same method);
+#   (Valimbra draws with the software scene graph unless QT_QUICK_BACKEND says otherwise.)
 #   3. idle while hidden for IDLE seconds with 50 running applications: wake-ups, CPU, RSS.
 #   bench/latency.sh [BUILD_DIR] [N] [IDLE]
 set -euo pipefail
@@ -66,15 +67,15 @@ measure() { # label, command that opens, command that closes
     for _ in $(seq "$runs"); do
         eval "$open"; sleep 0.25; eval "$close"; sleep 0.5
     done
-    grep -o 'to first frame [0-9.]*' "$work/trace.log" | awk '{ print $4 }' | percentiles "$label"
-    grep -o 'opening animation [0-9]* frames in [0-9]* ms ([0-9]* at 60 Hz)' "$work/trace.log" |
+    grep -ao 'to first frame [0-9.]*' "$work/trace.log" | awk '{ print $4 }' | percentiles "$label"
+    grep -ao 'opening animation [0-9]* frames in [0-9]* ms ([0-9]* at 60 Hz)' "$work/trace.log" |
         awk -v label="$label" '{ f += $3; e += $7 + 0; gsub(/\(/, "", $8); x += $8; n++ }
             END { if (n) printf "%-34s opening animation: %.1f frames presented, %.1f expected at 60 Hz\n", label, f / n, x / n }'
 }
 
 xdotool mousemove 640 400
-for backend in "" software; do
-    name=${backend:-default}
+for backend in software rhi; do
+    name=$backend
     start_valimbra "$backend"
     measure "hold key ($name)" "xdotool keydown ctrl sleep 0.32 keyup ctrl" "xdotool key Escape"
     measure "--toggle ($name)" "'$bin' --toggle" "'$bin' --toggle"
@@ -85,22 +86,23 @@ for backend in "" software; do
     stop_valimbra
 done
 
-if [ -n "$showlatency" ] && python3 -c 'import Xlib' 2>/dev/null; then
+py=/usr/bin/python3 # the Debian interpreter, which has python3-xlib
+if [ -n "$showlatency" ] && $py -c 'import Xlib' 2>/dev/null; then
     echo "command to first pixels (showlatency.py, ${runs} runs each):"
-    start_valimbra ""
+    start_valimbra software
     echo -n "  valimbra --toggle: "
-    python3 "$showlatency" --runs "$runs" --close "'$bin' --toggle; sleep 0.5" -- "$bin" --toggle | tail -n1
+    $py "$showlatency" --runs "$runs" --close "'$bin' --toggle; sleep 0.5" -- "$bin" --toggle | tail -n1
     stop_valimbra
     if command -v rofi >/dev/null; then
         echo -n "  rofi -show window: "
-        python3 "$showlatency" --runs "$runs" -- rofi -show window | tail -n1
+        $py "$showlatency" --runs "$runs" -- rofi -show window | tail -n1
     fi
 fi
 
 echo "idle while hidden, ${idle} s, 50 running applications:"
 for i in $(seq 1 35); do xlogo -geometry 40x40+$((i * 30))+700 >/dev/null 2>&1 & pids+=($!); done
 sleep 2
-start_valimbra ""
+start_valimbra software
 sleep 3
 pid=$(pgrep -n -f valimbra-session || true)
 [ -z "$pid" ] && pid=$vpid

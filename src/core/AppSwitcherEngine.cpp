@@ -15,6 +15,7 @@
 #include "overlay/AppIconProvider.h"
 
 #include <QCollator>
+#include <QLocale>
 #include <QSet>
 #include <QTextBoundaryFinder>
 
@@ -98,7 +99,7 @@ AppSwitcherEngine::AppSwitcherEngine(const Platform& platform, QObject* parent)
             m_invokeModeApplyPending = true;
             m_platform.scheduler->post(this, [this] {
                 m_invokeModeApplyPending = false;
-                m_invokeMode->apply();
+                m_invokeMode->applyIfChanged();
             });
         }
     });
@@ -149,7 +150,12 @@ QList<AppEntry> AppSwitcherEngine::buildList(const QList<AppEntry>& running) {
 
     QList<PinnedApp> favourites = m_pinned->pinnedApps();
     if (m_pinned->sortAlphabetically()) {
-        QCollator collator;
+        // The user's collation; the C and POSIX locales have none (they compare code points,
+        // putting "Éclair" after "zeta"), so those get the language-neutral one.
+        QLocale locale;
+        if (locale.language() == QLocale::C)
+            locale = QLocale(QLocale::English);
+        QCollator collator(locale);
         collator.setCaseSensitivity(Qt::CaseInsensitive);
         std::stable_sort(favourites.begin(), favourites.end(),
                          [&](const PinnedApp& a, const PinnedApp& b) {

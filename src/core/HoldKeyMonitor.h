@@ -25,9 +25,10 @@ public:
     enum class State { Idle, Pending, Held, Stale };
 
     static constexpr std::chrono::milliseconds debounceInterval{280};
-    // Shift, control, option and command: the modifiers that must be absent for a hold. Caps Lock,
-    // Function and the numeric pad are not among them.
-    static constexpr quint64 exclusivityMask = ModifierFlag::DeviceIndependentMask;
+    // Every modifier but Caps Lock, Num Lock and Function must be absent for a hold: shift,
+    // control, option, command, and those with no macOS name (AltGr and the like).
+    static constexpr quint64 exclusivityMask =
+        ModifierFlag::DeviceIndependentMask | ModifierFlag::OtherModifier;
 
     HoldKeyMonitor(InputMonitor& input, Scheduler& scheduler, QObject* parent = nullptr);
     ~HoldKeyMonitor() override; // performs stop()

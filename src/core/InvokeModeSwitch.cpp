@@ -25,6 +25,7 @@ void InvokeModeSwitch::apply() {
     // A missing key reads as 0 here, although the settings show a missing key code as -1 (none).
     const qint64 keyCode = m_settings.integer(recordedKeyCodeKey);
     const qint64 modifiers = m_settings.integer(recordedModifiersKey);
+    m_applied = std::tuple(mode, keyCode, modifiers);
 
     if (mode == u"shortcut" && keyCode >= 0) {
         if (keyCode > qint64(std::numeric_limits<quint32>::max()))
@@ -41,6 +42,14 @@ void InvokeModeSwitch::apply() {
     m_hotKey.unregisterHotKey();
     m_holdMonitor.start();
     m_activePath = Path::Hold;
+}
+
+void InvokeModeSwitch::applyIfChanged() {
+    const auto now = std::tuple(m_settings.string(invokeModeKey).value_or(u"hold"_qs),
+                                m_settings.integer(recordedKeyCodeKey),
+                                m_settings.integer(recordedModifiersKey));
+    if (m_applied != now)
+        apply();
 }
 
 } // namespace valimbra

@@ -3,6 +3,9 @@
 #include <QLatin1String>
 #include <QObject>
 
+#include <optional>
+#include <tuple>
+
 namespace valimbra {
 
 class HoldKeyMonitor;
@@ -31,6 +34,9 @@ public:
     // monitor and registers the shortcut; anything else unregisters the shortcut and starts the
     // hold monitor. A key code beyond 32 bits or negative modifiers stop the program.
     void apply();
+    // apply() only when the three settings differ from what the last apply() read: writing a
+    // setting with its unchanged value must not register the hot key again.
+    void applyIfChanged();
 
     // The path the last apply() made live.
     Path activePath() const { return m_activePath; }
@@ -40,6 +46,7 @@ private:
     HoldKeyMonitor& m_holdMonitor;
     HotKeyRegistration& m_hotKey;
     Path m_activePath = Path::Hold;
+    std::optional<std::tuple<QString, qint64, qint64>> m_applied;
 };
 
 } // namespace valimbra

@@ -22,6 +22,9 @@ inline constexpr quint64 Command = 0x100000; // Super (Mod4)
 inline constexpr quint64 NumericPad = 0x200000;
 inline constexpr quint64 Function = 0x800000;
 inline constexpr quint64 DeviceIndependentMask = 0x1E0000; // shift|control|option|command
+// A held modifier without a macOS counterpart (AltGr, Hyper, a key mapped to Mod3): never
+// persisted, but it stops a modifier from being "held alone".
+inline constexpr quint64 OtherModifier = 1ull << 32;
 } // namespace ModifierFlag
 
 // Event-type mask bits (the macOS values).

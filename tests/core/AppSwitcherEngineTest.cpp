@@ -263,6 +263,13 @@ TEST_F(Engine, FavouritesSortAlphabeticallyIgnoringCaseWhenAsked) {
     engine->pinnedApps().setSortAlphabetically(true);
     settle();
     EXPECT_EQ(names(), QStringList({u"Calculator"_qs, u"files"_qs, u"Firefox ESR"_qs}));
+
+    // Under the C locale, accented names still sort among their letters.
+    const QLocale saved;
+    QLocale::setDefault(QLocale::c());
+    pin(u"debian-xterm"_qs, u"\u00c9clair"_qs);
+    EXPECT_EQ(names().indexOf(u"\u00c9clair"_qs), 1) << names().join(u", ").toStdString();
+    QLocale::setDefault(saved);
 }
 
 struct HighlightCase {
@@ -404,6 +411,11 @@ TEST_F(Engine, RecordingANewShortcutRegistersOnlyTheFinishedCombination) {
     // The recorder stores ⌥A: key code first, then the modifiers.
     fake.settings.setInteger(u"valimbra.recordedKeyCode"_qs, 0);
     fake.settings.setInteger(u"valimbra.recordedModifiers"_qs, 0x80000);
+    settle();
+    EXPECT_EQ(journal.count(u"hotkeys.register"_qs), 1);
+    // Writing a setting with the value it already has changes nothing.
+    fake.settings.setInteger(u"valimbra.recordedModifiers"_qs, 0x80000);
+    fake.settings.setString(u"valimbra.invokeMode"_qs, u"shortcut"_qs);
     settle();
     EXPECT_EQ(journal.count(u"hotkeys.register"_qs), 1);
     ASSERT_EQ(fake.hotKeys.registrations().size(), 1u);

@@ -21,7 +21,7 @@ using enum HoldKeyMonitor::State;
 using Log = std::vector<std::string>;
 constexpr quint64 Ctrl = ModifierFlag::Control, Shift = ModifierFlag::Shift,
                   Opt = ModifierFlag::Option, Cmd = ModifierFlag::Command,
-                  Caps = ModifierFlag::CapsLock;
+                  Caps = ModifierFlag::CapsLock, AltGr = ModifierFlag::OtherModifier;
 
 // Another client has the focus unless a test says otherwise, so global monitors hear events.
 class HoldKeyMonitorTest : public ::testing::Test {
@@ -96,6 +96,9 @@ const Scenario scenarios[] = {
      {down(Ctrl), wait(100), key, wait(1000), expect(0, 0, Idle), up(Ctrl), down(Ctrl), wait(280),
       expect(1, 0, Held), key, expect(1, 0, Idle), wait(0), expect(1, 1, Idle), key, wait(1000),
       up(Ctrl), wait(0), expect(1, 1, Idle)}},
+    {"AltGrOrAnotherUnnamedModifierCancelsTheHold",
+     {down(Ctrl), down(AltGr), wait(1000), expect(0, 0, Idle), up(AltGr), up(Ctrl), down(AltGr),
+      down(Ctrl), wait(1000), expect(0, 0, Idle)}},
     {"OptionModeIgnoresCommandButNotCapsLock",
      {setModifier(HoldModifier::option), down(Cmd), wait(1000), expect(0, 0, Idle), up(Cmd),
       down(Caps), down(Opt), wait(280), expect(1, 0, Held), up(Opt), wait(0), expect(1, 1, Idle)}},

@@ -133,6 +133,17 @@ TEST_F(SwitcherTest, TypingPartOfANameAndReturnOpensThatApp) {
     EXPECT_TRUE(activeIs(*calcWindow));
 }
 
+// Held with AltGr (ISO Level 3, Mod5 in the real keymap) Control is not "alone".
+TEST_F(SwitcherTest, ControlWithAltGrDoesNotOpen) {
+    ASSERT_TRUE(
+        xdotool({u"keydown"_qs, u"ctrl"_qs, u"keydown"_qs, u"ISO_Level3_Shift"_qs, u"sleep"_qs,
+                 u"0.6"_qs, u"keyup"_qs, u"ISO_Level3_Shift"_qs, u"keyup"_qs, u"ctrl"_qs}));
+    QThread::msleep(300);
+    EXPECT_FALSE(panel().has_value());
+    ASSERT_TRUE(holdControl());
+    EXPECT_TRUE(waitOpen()) << "Control alone still opens it";
+}
+
 TEST_F(SwitcherTest, ClampedNearACorner) {
     pointer(1270, 10);
     ASSERT_TRUE(holdControl());

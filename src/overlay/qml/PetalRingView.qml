@@ -27,11 +27,11 @@ Item {
         }
     }
     readonly property real cardHalf: 36
-    // The caption sits at the centre when the ring leaves room for it, else below the ring.
+    readonly property real discRadius: Math.max(ringModel.radius + 8 + cardHalf + 22, 96)
+    // The caption sits at the centre when the ring leaves room for it, else on the disc's lower
+    // rim, like a name badge.
     readonly property bool captionInside: ringModel.radius >= 108
-    readonly property real captionY: captionInside ? 0 : ringModel.radius + 8 + cardHalf + 34
-    readonly property real discRadius: Math.max(ringModel.count > 0 ? ringModel.radius + 8 + cardHalf + 22 : 0,
-                                                captionInside ? 0 : captionY + 40, 90)
+    readonly property real captionY: captionInside ? 0 : discRadius - 6
 
     PetalRingModel {
         id: ringModel

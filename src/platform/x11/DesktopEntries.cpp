@@ -4,6 +4,7 @@
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QMutexLocker>
+#include <QRegularExpression>
 
 #include <gio/gdesktopappinfo.h>
 
@@ -212,12 +213,23 @@ std::optional<DesktopEntry> DesktopEntryIndex::match(const ProcessIdentity& who)
         }
     }
     for (const QString& exe : who.executables) {
-        if (exe.isEmpty())
+        // An interpreter's or launcher's own entry ("Python (v3.11)") says nothing about the
+        // program it runs; such a process falls through to its window class.
+        if (exe.isEmpty() || isInterpreterOrLauncher(exe))
             continue;
         if (auto e = firstWhere([&](const DesktopEntry& e) { return e.executable == exe; }))
             return e;
     }
     return std::nullopt;
+}
+
+bool isInterpreterOrLauncher(const QString& executable) {
+    static const QRegularExpression pattern(QStringLiteral(
+        "^(?:(?:python|pypy|perl|ruby|lua|luajit|php|tclsh|wish|node|nodejs|java|gjs|mono|"
+        "guile|Rscript|wine|wine64|wine-preloader|wine64-preloader)[0-9.]*|"
+        "sh|bash|dash|zsh|ksh|mksh|fish|csh|tcsh|env|flatpak|bwrap|snap|sudo|pkexec|nohup|"
+        "setsid|xdg-open|gtk-launch|gio|dbus-launch|dbus-run-session|exo-open|kioclient5?)$"));
+    return pattern.match(executable).hasMatch();
 }
 
 QString bundleIdentifierFor(const std::optional<DesktopEntry>& entry, const ProcessIdentity& who) {

@@ -74,6 +74,10 @@ private:
 // The bundle identifier of a matched process: its desktop-file ID, else "wmclass.<class>" with
 // the WM_CLASS class lower-cased (or the instance when the class is empty). Empty when the
 // process offers neither.
+// Programs that run other programs (interpreters, shells, sandboxes, launchers): their own
+// desktop entries never name the application a process of theirs shows.
+bool isInterpreterOrLauncher(const QString& executable);
+
 QString bundleIdentifierFor(const std::optional<DesktopEntry>& entry, const ProcessIdentity& who);
 
 } // namespace valimbra::x11

@@ -28,6 +28,18 @@ namespace valimbra::x11 {
 namespace {
 
 constexpr quint32 kLockMask = 1u << 1;
+// Mod2, Mod3 and Mod5: Num Lock (locked, so never among held keys), Hyper, AltGr.
+constexpr quint32 kOtherModMask = (1u << 4) | (1u << 5) | (1u << 7);
+// In an event's state Mod2 is the locked Num Lock, so only Mod3 and Mod5 count there.
+constexpr quint32 kOtherModStateMask = (1u << 5) | (1u << 7);
+
+// The flags of modifiers held down, with the ones macOS has no name for folded into one bit.
+quint64 heldFlags(quint32 xMask, quint32 otherMask) {
+    quint64 flags = keycodes::flagsFromXState(xMask);
+    if (xMask & otherMask)
+        flags |= ModifierFlag::OtherModifier;
+    return flags;
+}
 constexpr quint32 kPointerEmulated = 1u << 16; // XIPointerEmulated: a touch, not a button
 
 quint64 flagsFromQt(Qt::KeyboardModifiers m) {
@@ -360,14 +372,14 @@ void X11InputMonitor::Private::onRawKey(quint32 keycode, bool press) {
                 xkbState(&lockedMods); // settle on the server's view
         }
         ev.type = InputEventType::FlagsChanged;
-        ev.modifierFlags = keycodes::flagsFromXState(heldModifierMask());
+        ev.modifierFlags = heldFlags(heldModifierMask(), kOtherModMask);
         deliverGlobal(ev);
         return;
     }
     if (!press)
         return; // key-ups are not monitored; duplicate releases end here too
     ev.type = InputEventType::KeyDown;
-    ev.modifierFlags = keycodes::flagsFromXState(heldModifierMask());
+    ev.modifierFlags = heldFlags(heldModifierMask(), kOtherModMask);
     ev.characters = characters(keycode, ev.modifierFlags);
     deliverGlobal(ev);
 }
@@ -443,12 +455,12 @@ bool X11InputMonitor::eventFilter(QObject* watched, QEvent* event) {
         const quint32 modMask = keycode < 256 ? d->modifierOf[keycode] : 0;
         ev.keyCode = keycodes::virtualFromX(keycode).value_or(-1);
         // The event's state is the one before the key went down or up.
-        quint64 flags = keycode != 0 ? keycodes::flagsFromXState(ke->nativeModifiers())
+        quint64 flags = keycode != 0 ? heldFlags(ke->nativeModifiers(), kOtherModStateMask)
                                      : flagsFromQt(ke->modifiers());
         if (modMask != 0) {
             if (ke->isAutoRepeat())
                 return false;
-            const quint64 own = keycodes::flagsFromXState(modMask & ~kLockMask);
+            const quint64 own = heldFlags(modMask & ~kLockMask, kOtherModStateMask);
             if (modMask & kLockMask)
                 flags ^= ModifierFlag::CapsLock * (event->type() == QEvent::KeyPress);
             flags = event->type() == QEvent::KeyPress ? (flags | own) : (flags & ~own);

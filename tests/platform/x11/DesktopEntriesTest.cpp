@@ -23,6 +23,7 @@ protected:
         write("system/applications/Gimp.desktop", "Name=Image Editor\nExec=true\n");
         write("system/applications/vendor/tool.desktop", "Name=Vendor Tool\nExec=true\n");
         write("system/applications/catview.desktop", "Name=Cat Viewer\nExec=cat --show-all\n");
+        write("system/applications/python3.11.desktop", "Name=Python (v3.11)\nExec=python3.11\n");
         write("system/applications/acat-hidden.desktop",
               "Name=Hidden Cat\nExec=cat\nNoDisplay=true\n");
         write("system/applications/broken.desktop",
@@ -79,6 +80,8 @@ TEST_F(DesktopEntriesTest, MatchesInOrderOfTrust) {
         {who({}, {}, "vendor-tool", "Vendor-tool"), "vendor-tool"}, // file name with dashes
         {who({}, {}, "cv", "Cv", {"cat"}), "catview"},              // program, visible entry first
         {who({}, {}, "xclock", "XClock", {"xclock"}), "<none>"},
+        // A Python program with its own class is not "Python".
+        {who({}, {}, "sampler", "Sampler", {"python3.11", "sampler.py"}), "<none>"},
     };
     for (const auto& [identity, expected] : cases) {
         const auto e = index->match(identity);
