@@ -2,6 +2,7 @@
 #include "DesktopFixture.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
 
 #include <sys/wait.h>
@@ -142,6 +143,28 @@ TEST_F(SwitcherTest, ControlWithAltGrDoesNotOpen) {
     EXPECT_FALSE(panel().has_value());
     ASSERT_TRUE(holdControl());
     EXPECT_TRUE(waitOpen()) << "Control alone still opens it";
+}
+
+// The shortcut's key-up goes to the open switcher (it holds the keyboard); every press must
+// still open it.
+TEST_F(SwitcherTest, TheRecordedShortcutOpensItEveryTime) {
+    s->stop(valimbra);
+    QFile settings(s->configHome() + u"/Brindlex/Valimbra.conf"_qs);
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    settings.write("[General]\nvalimbra.invokeMode=shortcut\nvalimbra.recordedKeyCode=49\n"
+                   "valimbra.recordedModifiers=786432\n");
+    settings.close();
+    valimbra = s->spawn({kValimbra, u"--no-tray"_qs});
+    ASSERT_TRUE(waitReady());
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(key(u"ctrl+alt+space"_qs));
+        ASSERT_TRUE(waitOpen()) << "press " << i;
+        ASSERT_TRUE(key(u"Escape"_qs));
+        ASSERT_TRUE(waitClosed());
+    }
+    ASSERT_TRUE(holdControl());
+    QThread::msleep(300);
+    EXPECT_FALSE(panel().has_value()) << "the hold key is off in shortcut mode";
 }
 
 TEST_F(SwitcherTest, ClampedNearACorner) {

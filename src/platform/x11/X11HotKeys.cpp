@@ -157,7 +157,11 @@ bool X11HotKeys::Private::onEvent(xcb_generic_event_t* ev) {
     if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE)
         return false;
     const auto* ke = reinterpret_cast<xcb_key_press_event_t*>(ev);
-    if (ke->event != x.root())
+    const bool onRoot = ke->event == x.root();
+    // The release may go to one of our windows instead (the switcher grabs the keyboard while
+    // the shortcut is still down); it ends the press all the same, or the next press would be
+    // taken for auto-repeat.
+    if (!onRoot && type == XCB_KEY_PRESS)
         return false;
     const quint16 state = quint16(ke->state & ~(kLockMask | numLockMask) & 0xff);
     for (auto& [ref, r] : registrations) {
@@ -168,7 +172,7 @@ bool X11HotKeys::Private::onEvent(xcb_generic_event_t* ev) {
             if (!r.down)
                 continue;
             r.down = false;
-            return true;
+            return onRoot;
         }
         if (r.modifiers != state)
             continue;
