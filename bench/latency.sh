@@ -9,6 +9,7 @@
 #   (Valimbra draws with the software scene graph unless QT_QUICK_BACKEND says otherwise.)
 #   3. idle while hidden for IDLE seconds with 50 running applications: wake-ups, CPU, RSS.
 #   bench/latency.sh [BUILD_DIR] [N] [IDLE]
+# VALIMBRA_BENCH_PARTS chooses among "trace pixels idle" (all by default).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build/release}
@@ -73,8 +74,9 @@ measure() { # label, command that opens, command that closes
             END { if (n) printf "%-34s opening animation: %.1f frames presented, %.1f expected at 60 Hz\n", label, f / n, x / n }'
 }
 
+parts=${VALIMBRA_BENCH_PARTS:-trace pixels idle}
 xdotool mousemove 640 400
-for backend in software rhi; do
+[[ " $parts " == *" trace "* ]] && for backend in software rhi; do
     name=$backend
     start_valimbra "$backend"
     measure "hold key ($name)" "xdotool keydown ctrl sleep 0.32 keyup ctrl" "xdotool key Escape"
@@ -87,18 +89,23 @@ for backend in software rhi; do
 done
 
 py=/usr/bin/python3 # the Debian interpreter, which has python3-xlib
-if [ -n "$showlatency" ] && $py -c 'import Xlib' 2>/dev/null; then
-    echo "command to first pixels (showlatency.py, ${runs} runs each):"
+if [[ " $parts " == *" pixels "* ]] && [ -n "$showlatency" ] && $py -c 'import Xlib' 2>/dev/null; then
+    # A small region at the screen centre, which both windows cover: the tool compares every
+    # pixel of the region in Python at each poll, so a large region makes the poll itself the
+    # resolution of the measurement (about 15 ms for the default 240 x 240).
+    region=620,380,40,40
+    echo "command to first pixels (showlatency.py --region $region, ${runs} runs each):"
     start_valimbra software
     echo -n "  valimbra --toggle: "
-    $py "$showlatency" --runs "$runs" --close "'$bin' --toggle; sleep 0.5" -- "$bin" --toggle | tail -n1
+    $py "$showlatency" --runs "$runs" --region "$region" --close "'$bin' --toggle; sleep 0.5" -- "$bin" --toggle | tail -n1
     stop_valimbra
     if command -v rofi >/dev/null; then
         echo -n "  rofi -show window: "
-        $py "$showlatency" --runs "$runs" -- rofi -show window | tail -n1
+        $py "$showlatency" --runs "$runs" --region "$region" -- rofi -show window | tail -n1
     fi
 fi
 
+[[ " $parts " == *" idle "* ]] || exit 0
 echo "idle while hidden, ${idle} s, 50 running applications:"
 for i in $(seq 1 35); do xlogo -geometry 40x40+$((i * 30))+700 >/dev/null 2>&1 & pids+=($!); done
 sleep 2

@@ -9,8 +9,10 @@
 #include "catalogue/SearchIndex.h"
 
 #include <QFile>
+
 #include <QStringList>
 #include <QTextStream>
+#include <limits>
 
 #include <benchmark/benchmark.h>
 
@@ -316,6 +318,73 @@ void BM_SearchUnicode(benchmark::State& state) {
     state.counters["results"] = double(results);
 }
 
+// Queries that match thousands of real names (VALIMBRA_BENCH_NAMES: a file with a name a line,
+// bench/many_matches.sh makes one of 100 000 package names): the cost is then in ranking and
+// handing over the results, not in finding them.
+struct ManyMatches {
+    std::unique_ptr<SearchIndex> index;
+    qsizetype size = 0;
+};
+
+ManyMatches& manyMatches() {
+    static ManyMatches m = [] {
+        ManyMatches out;
+        QFile file(qEnvironmentVariable("VALIMBRA_BENCH_NAMES"));
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+            return out;
+        QList<AppEntry> entries;
+        QTextStream in(&file);
+        for (QString line; in.readLineInto(&line);) {
+            if (line.isEmpty())
+                continue;
+            AppEntry e;
+            e.id = qint32(entries.size() + 1);
+            e.bundleID = QString::number(e.id);
+            e.name = line;
+            e.nameLower = AppEntry::lowercased(line);
+            e.activationCount = e.id % 13 == 0 ? e.id % 11 : 0;
+            entries << e;
+        }
+        out.size = entries.size();
+        out.index = std::make_unique<SearchIndex>();
+        out.index->rebuild(entries);
+        out.index->waitForPendingWrites();
+        return out;
+    }();
+    return m;
+}
+
+// The engine's cap on search results (AppSwitcherEngine::maxSearchResults; the benchmark links
+// only the catalogue).
+constexpr int AppSwitcherEngine_maxSearchResults = 200;
+
+void BM_SearchManyMatches(benchmark::State& state) {
+    static const std::array<const char*, 6> queries{"python3-", "golang-", "libg",
+                                                    "node-",    "-dev",    "lbdv"};
+    ManyMatches& m = manyMatches();
+    if (!m.index) {
+        state.SkipWithError("set VALIMBRA_BENCH_NAMES to a file of names (bench/many_matches.sh)");
+        return;
+    }
+    const QString query = QString::fromLatin1(queries[std::size_t(state.range(0))]);
+    // 0: every result, as before; otherwise the switcher's cap.
+    const qsizetype limit =
+        state.range(1) == 0 ? std::numeric_limits<qsizetype>::max() : qsizetype(state.range(1));
+    SearchStage reached = SearchStage::None;
+    qsizetype results = 0;
+    qsizetype matches = 0;
+    for (auto _ : state) {
+        const auto found = m.index->search(query, &reached, limit);
+        results = found.size();
+        benchmark::DoNotOptimize(found.constData());
+    }
+    matches = m.index->search(query).size();
+    state.SetLabel(
+        QStringLiteral("%1 '%2'").arg(QLatin1String(stageName(reached)), query).toStdString());
+    state.counters["matches"] = double(matches);
+    state.counters["returned"] = double(results);
+}
+
 void BM_Build(benchmark::State& state) {
     const QList<AppEntry> entries = generateEntries(int(state.range(0)));
     SearchIndex index;
@@ -402,6 +471,9 @@ BENCHMARK(BM_Memory)->Arg(1000)->Arg(10000)->Arg(100000)->Iterations(1)->Unit(
     benchmark::kMillisecond);
 BENCHMARK(BM_Search)->Apply(searchArgs)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_SearchUnicode)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SearchManyMatches)
+    ->ArgsProduct({benchmark::CreateDenseRange(0, 5, 1), {0, AppSwitcherEngine_maxSearchResults}})
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_SearchOneLetter)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 // The work of these happens on the writer thread: wall-clock time is what counts.
 BENCHMARK(BM_Build)->Arg(1000)->Arg(10000)->Arg(100000)->UseRealTime()->Unit(

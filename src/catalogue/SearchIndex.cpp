@@ -129,12 +129,13 @@ QList<AppEntry> SearchIndex::search(const QString& query) const {
     return search(query, nullptr);
 }
 
-QList<AppEntry> SearchIndex::search(const QString& query, SearchStage* stage) const {
+QList<AppEntry> SearchIndex::search(const QString& query, SearchStage* stage,
+                                    qsizetype limit) const {
     // Case mapping, normalisation and segmentation need no index state: done before waiting.
     const auto prepared = search::PreparedQuery::from(query);
     waitForPendingWrites();
     std::shared_lock lock(m_storeLock);
-    search::SearchOutcome outcome = m_store->search(prepared);
+    search::SearchOutcome outcome = m_store->search(prepared, limit);
     lock.unlock();
     if (stage)
         *stage = outcome.stage;

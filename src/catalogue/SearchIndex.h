@@ -8,6 +8,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
@@ -63,7 +64,10 @@ public:
     // Ranked copies of the matching entries, each with searchScore set. Blocks only for writes
     // submitted before the call that are not applied yet.
     QList<AppEntry> search(const QString& query) const;
-    QList<AppEntry> search(const QString& query, SearchStage* stage) const;
+    // At most `limit` results (the best ones, ranked exactly as in the full list); `stage`, when
+    // given, receives the stage that produced them.
+    QList<AppEntry> search(const QString& query, SearchStage* stage,
+                           qsizetype limit = std::numeric_limits<qsizetype>::max()) const;
 
     // Blocks until every write submitted so far is applied (tools and benchmarks).
     void waitForPendingWrites() const;

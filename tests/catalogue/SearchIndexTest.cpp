@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTemporaryDir>
@@ -273,48 +272,14 @@ TEST(SearchIndexModel, AgreesWithTheRulesOnGeneratedNamesAndQueries) {
                 if (k % 6 == 0)
                     query.insert(pick(query.size() + 1), pieces[pick(pieces.size())]);
             }
-            ASSERT_EQ(names(index.search(query), true), names(modelSearch(model, query), true))
+            const QList<AppEntry> full = index.search(query);
+            ASSERT_EQ(names(full, true), names(modelSearch(model, query), true))
                 << round << " query '" << query.toStdString() << "'";
+            // A limited search is the full ranking's beginning.
+            const qsizetype limit = pick(4);
+            ASSERT_EQ(names(index.search(query, nullptr, limit), true),
+                      names(full.mid(0, limit), true));
         }
-    }
-}
-
-TEST(SearchTool, PrintsRankedResultsAndSummariesOrUsageAndExitCodeTwo) {
-    const auto run = [](const QStringList& args) {
-        QProcess p;
-        p.start(QString::fromUtf8(VALIMBRA_SEARCH_TOOL), args);
-        p.waitForFinished(30000);
-        return std::tuple(p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-                          QString::fromUtf8(p.readAllStandardOutput()),
-                          QString::fromUtf8(p.readAllStandardError()));
-    };
-    QTemporaryDir dir;
-    const QString file = dir.filePath(u"names.txt"_qs);
-    QFile f(file);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    // Line numbers are the bundle identifiers; blank lines count; CR LF is tolerated.
-    f.write("Safari\nMessages\t4\n\nSafari Technology Preview\r\nCaf\xc3\xa9\n");
-    f.close();
-    const auto [code, out, err] = run({file, u"sa"_qs, u"MES"_qs, u"zzz"_qs, u"cafe\u0301"_qs});
-    EXPECT_EQ(code, 0) << qPrintable(err);
-    EXPECT_EQ(out, u"206.00\tSafari\n196.50\tSafari Technology Preview\n#\tsa\t2\n"
-                   "213.00\tMessages\n#\tMES\t1\n" // 4 activations: +8
-                   "#\tzzz\t0\n215.00\tCaf\u00e9\n#\tcafe\u0301\t1\n"_qs);
-    EXPECT_TRUE(err.isEmpty());
-    // --time adds the microseconds each search took.
-    const auto [timedCode, timedOut, timedErr] = run({u"--time"_qs, file, u"safari"_qs});
-    EXPECT_EQ(timedCode, 0);
-    EXPECT_TRUE(timedOut.contains(QRegularExpression(
-        u"^214\\.00\tSafari\n204\\.50\tSafari Technology Preview\n#\tsafari\t2\t\\d+\\.\\d\n$"_qs)))
-        << qPrintable(timedOut);
-    // Bad arguments (one a line here) print the usage and exit with 2.
-    for (const QString& args : {QString(), file, u"--time"_qs, file + u"-missing\nq"_qs,
-                                dir.path() + u"\nq"_qs, u"--verbose\n"_qs + file + u"\nq"_qs}) {
-        const auto [badCode, badOut, badErr] = run(args.split(u'\n', Qt::SkipEmptyParts));
-        EXPECT_EQ(badCode, 2) << qPrintable(args);
-        EXPECT_TRUE(badOut.isEmpty());
-        EXPECT_TRUE(badErr.contains(u"usage: valimbra-search [--time] NAMES_FILE QUERY..."_qs))
-            << qPrintable(badErr);
     }
 }
 

@@ -277,7 +277,7 @@ void IndexStore::fuzzy(std::span<const CharCode> query, std::vector<SlotId>& out
     out.erase(std::unique(out.begin(), out.end()), out.end());
 }
 
-SearchOutcome IndexStore::search(const PreparedQuery& prepared) const {
+SearchOutcome IndexStore::search(const PreparedQuery& prepared, qsizetype limit) const {
     CodeBuffer codes;
     if (prepared.simple) {
         toCodes(std::span<const char16_t>(QStringView(prepared.text).utf16(),
@@ -327,14 +327,22 @@ SearchOutcome IndexStore::search(const PreparedQuery& prepared) const {
         });
         scored.push_back({score, slot});
     }
-    std::sort(scored.begin(), scored.end(), [](const Scored& a, const Scored& b) {
+    // (score, position) is a total order, so ranking only the first `limit` gives exactly the
+    // full ranking's first `limit`; only those become entries.
+    const auto byRank = [](const Scored& a, const Scored& b) {
         return a.score != b.score ? a.score > b.score : a.slot < b.slot;
-    });
+    };
+    const std::size_t count = std::min(scored.size(), std::size_t(std::max<qsizetype>(limit, 0)));
+    if (count < scored.size())
+        std::partial_sort(scored.begin(), scored.begin() + std::ptrdiff_t(count), scored.end(),
+                          byRank);
+    else
+        std::sort(scored.begin(), scored.end(), byRank);
 
-    outcome.entries.reserve(qsizetype(scored.size()));
-    for (const Scored& s : scored) {
-        outcome.entries.append(m_entries[s.slot]);
-        outcome.entries.back().searchScore = s.score;
+    outcome.entries.reserve(qsizetype(count));
+    for (std::size_t i = 0; i < count; ++i) {
+        outcome.entries.append(m_entries[scored[i].slot]);
+        outcome.entries.back().searchScore = scored[i].score;
     }
     return outcome;
 }

@@ -14,6 +14,7 @@
 #include <QList>
 #include <QString>
 
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -49,7 +50,9 @@ public:
     void insert(AppEntry entry);
     void remove(const QString& bundleID);
 
-    SearchOutcome search(const PreparedQuery& query) const;
+    // The best `limit` matches in rank order (all of them by default).
+    SearchOutcome search(const PreparedQuery& query,
+                         qsizetype limit = std::numeric_limits<qsizetype>::max()) const;
 
     qsizetype size() const { return m_slots.size(); }
     SearchIndex::Stats stats() const;

@@ -89,6 +89,17 @@ int boundedDistance(Query q, std::span<const K> b, int bound) {
     if (m == 0)
         return n;
     const int big = bound + 1;
+    // Each character of q that b lacks costs at least one edit: a cheap lower bound that rejects
+    // most names before the table (a character's bit absent from b's filter is surely absent).
+    if (bound < n) {
+        quint64 present = 0;
+        for (const K c : b)
+            present |= quint64(1) << (CharCode(c) & 63);
+        int missing = 0;
+        for (const CharCode c : q)
+            if (!((present >> (c & 63)) & 1) && ++missing > bound)
+                return big;
+    }
     // row[j] = distance between q[0..i) and b[0..j); cells outside the band stay "big".
     QVarLengthArray<int, 80> row(m + 1);
     for (int j = 0; j <= m; ++j)
