@@ -52,7 +52,12 @@ void IgnoreListManager::load() {
 
 void IgnoreListManager::save() {
     assertOnOwningThread(this);
-    if (const auto data = json::encodeIgnoredApps(m_ignoredApps))
+    const auto before = m_ignoredApps.size();
+    const auto data =
+        json::encodeDroppingUnwritable(m_ignoredApps, &json::encodeIgnoredApps, "ignored apps");
+    if (m_ignoredApps.size() != before)
+        Q_EMIT ignoredAppsChanged();
+    if (data)
         m_store.setData(storageKey(), *data);
 }
 

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <cstdio>
 #include <optional>
 #include <vector>
 
@@ -73,6 +74,29 @@ std::optional<QList<PinnedApp>> decodePinnedApps(const QByteArray& data);
 // As above, with "appURL" written only when known and read as optional (null counts as absent).
 std::optional<QByteArray> encodeIgnoredApps(const QList<IgnoredApp>& apps);
 std::optional<QList<IgnoredApp>> decodeIgnoredApps(const QByteArray& data);
+
+// Encodes a list whole; when that fails, drops the records that cannot be written on their own
+// (an unpaired surrogate in a name, say), says so in one line, and encodes the rest. One bad
+// record must not make every later save of its list fail.
+template <typename Record>
+std::optional<QByteArray>
+encodeDroppingUnwritable(QList<Record>& records,
+                         std::optional<QByteArray> (*encode)(const QList<Record>&),
+                         const char* listName) {
+    if (auto data = encode(records))
+        return data;
+    QList<Record> kept;
+    for (const Record& r : std::as_const(records))
+        if (encode(QList<Record>{r}))
+            kept.append(r);
+    if (kept.size() != records.size()) {
+        std::printf("[Valimbra] %d record(s) of the %s could not be saved and were dropped.\n",
+                    int(records.size() - kept.size()), listName);
+        std::fflush(stdout);
+    }
+    records = std::move(kept);
+    return encode(records);
+}
 
 // {"timestamps":{id: seconds since 2001},"counts":{id: integer}}; members of the two maps are
 // written in bundle-ID order so equal records give equal bytes.

@@ -56,7 +56,12 @@ void PinnedAppsManager::load() {
 
 void PinnedAppsManager::save() {
     assertOnOwningThread(this);
-    if (const auto data = json::encodePinnedApps(m_pinnedApps))
+    const auto before = m_pinnedApps.size();
+    const auto data =
+        json::encodeDroppingUnwritable(m_pinnedApps, &json::encodePinnedApps, "favourites");
+    if (m_pinnedApps.size() != before)
+        Q_EMIT pinnedAppsChanged();
+    if (data)
         m_store.setData(storageKey(), *data);
 }
 

@@ -249,6 +249,7 @@ void RunningAppsMonitor::handleLaunch(const RunningApp& app) {
 void RunningAppsMonitor::handleTermination(const RunningApp& app) {
     // No policy check: whatever left, nothing of it may stay behind.
     const qint32 pid = app.pid;
+    m_processActivation.remove(pid);
     m_shared->submit([pid](Shared& s) { s.terminate(pid); });
 }
 
@@ -258,6 +259,7 @@ void RunningAppsMonitor::handleActivation(const RunningApp& app) {
         return;
     // Recorded even when the app has no entry yet, so it takes its place when it appears.
     const QString bundleID = *app.bundleID;
+    m_processActivation.insert(app.pid, ++m_activationSequence);
     m_recency.recordActivation(bundleID);
     const Date when = m_recency.lastActivated(bundleID);
     const qint64 count = m_recency.activationCount(bundleID);
@@ -272,10 +274,13 @@ void RunningAppsMonitor::publish(QList<AppEntry> entries) {
         e.lastActivated = m_recency.lastActivated(e.bundleID);
         e.activationCount = m_recency.activationCount(e.bundleID);
     }
-    // By pid first, so processes of one application (equal under the ordering) keep a stable
-    // order between publications.
-    std::sort(entries.begin(), entries.end(),
-              [](const AppEntry& a, const AppEntry& b) { return a.id < b.id; });
+    // Processes of one application are equal under the stored (per-application) ordering, so
+    // they first go in the order each was last active in this run, then by pid.
+    std::sort(entries.begin(), entries.end(), [this](const AppEntry& a, const AppEntry& b) {
+        const quint64 ta = m_processActivation.value(a.id);
+        const quint64 tb = m_processActivation.value(b.id);
+        return ta != tb ? ta > tb : a.id < b.id;
+    });
     std::stable_sort(entries.begin(), entries.end(), m_recency.ordering());
     m_apps = std::move(entries);
     Q_EMIT appsChanged();

@@ -3,6 +3,7 @@
 #include "AppEntry.h"
 #include "RecencyStack.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 
@@ -74,6 +75,10 @@ private:
     std::shared_ptr<Shared> m_shared;
     QList<AppEntry> m_apps;
     bool m_started = false;
+    // When each process was last active in this run (a sequence number); the stored record is
+    // per application, but on Linux one application often runs as several processes.
+    QHash<qint32, quint64> m_processActivation;
+    quint64 m_activationSequence = 0;
 };
 
 } // namespace valimbra

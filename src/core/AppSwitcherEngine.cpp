@@ -144,7 +144,9 @@ QList<AppEntry> AppSwitcherEngine::buildList(const QList<AppEntry>& running) {
     for (const AppEntry& e : running) {
         if (e.activationPolicy != ActivationPolicy::Regular || ignored.contains(e.bundleID))
             continue;
-        byBundle.insert(e.bundleID, candidates.size());
+        // Most recently active first: a favourite stands for its newest process.
+        if (!byBundle.contains(e.bundleID))
+            byBundle.insert(e.bundleID, candidates.size());
         candidates.append(e);
     }
 
@@ -465,7 +467,8 @@ void AppSwitcherEngine::runSearch(const QString& query) {
         favourites.insert(app.bundleID);
 
     QList<AppEntry> results;
-    for (AppEntry& e : m_search->search(query)) {
+    // More results than any view can show are never materialised.
+    for (AppEntry& e : m_search->search(query, nullptr, maxSearchResults)) {
         if (ignored.contains(e.bundleID) || e.activationPolicy != ActivationPolicy::Regular)
             continue;
         e.isFavourite = favourites.contains(e.bundleID);

@@ -40,6 +40,7 @@ public:
     static constexpr int activationDelayMs = 30;
     static constexpr int searchDebounceMs = 40;
     static constexpr int hideRefreshDelayMs = 500;
+    static constexpr int maxSearchResults = 200;
 
     explicit AppSwitcherEngine(const Platform& platform, QObject* parent = nullptr);
     ~AppSwitcherEngine() override;

@@ -46,6 +46,19 @@ TEST_F(PinnedAppsTest, UnreadableDataLoadsAsEmptyAndTheNextSaveOverwritesIt) {
     EXPECT_TRUE(stored().isEmpty());
 }
 
+// A record that cannot be written (an unpaired surrogate in its name) is dropped so that the
+// rest still saves, then and later.
+TEST_F(PinnedAppsTest, AnUnwritableRecordIsDroppedAndTheRestSaved) {
+    ASSERT_TRUE(manager.add(app(u"debian-xterm"_qs)));
+    PinnedApp broken = app(u"broken"_qs);
+    broken.name = QString(QChar(0xD800));
+    ASSERT_TRUE(manager.add(broken));
+    EXPECT_EQ(bundleIDs(manager.pinnedApps()), QStringList{u"debian-xterm"_qs});
+    EXPECT_EQ(bundleIDs(stored()), QStringList{u"debian-xterm"_qs});
+    ASSERT_TRUE(manager.add(app(u"org.gnome.Nautilus"_qs)));
+    EXPECT_EQ(bundleIDs(stored()), (QStringList{u"debian-xterm"_qs, u"org.gnome.Nautilus"_qs}));
+}
+
 TEST_F(PinnedAppsTest, SixteenthFavouriteAndDuplicateBundleIdsAreRefusedAndNothingIsWritten) {
     ASSERT_TRUE(manager.add(app(u"debian-xterm"_qs, u"XTerm"_qs)));
     const auto refusedUnchanged = [&](const PinnedApp& candidate) {

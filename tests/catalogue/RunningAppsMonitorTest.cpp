@@ -239,6 +239,30 @@ TEST_F(MonitorTest, ActivationsOrderTheAppsMostRecentFirst) {
     EXPECT_EQ(index.search(u"delta"_qs).value(0).activationCount, 1);
 }
 
+// Every xterm window is its own process: they share one recency record but are ordered by
+// when each was last active.
+TEST_F(MonitorTest, ProcessesOfOneAppFollowTheirOwnActivations) {
+    start();
+    workspace.launch(201, kAlpha, u"Alpha"_qs);
+    workspace.launch(202, kAlpha, u"Alpha"_qs);
+    clock.runPending();
+    const auto pids = [&] {
+        QList<qint32> out;
+        for (const AppEntry& e : monitor->apps())
+            out << e.id;
+        return out;
+    };
+    workspace.bringToFront(202);
+    clock.advance(1s);
+    workspace.bringToFront(201);
+    clock.advance(1s);
+    EXPECT_EQ(pids(), (QList<qint32>{201, 202}));
+    workspace.bringToFront(202);
+    clock.advance(1s);
+    EXPECT_EQ(pids(), (QList<qint32>{202, 201}));
+    EXPECT_EQ(found(u"alpha"_qs), QList<qint32>{202}) << "search leads to the newest process";
+}
+
 TEST_F(MonitorTest, TerminationRemovesTheEntryFromTheListAndTheIndex) {
     start();
     launchSeveral();
@@ -308,42 +332,6 @@ TEST_F(MonitorTest, ColoursAreComputedOnTheMonitorThread) {
     EXPECT_EQ(icons.requests.load(), 2);
     monitor.reset();
     worker.reset();
-}
-
-// The fake desktop's answers to the program's requests, which the engine tests rely on.
-TEST(FakeWorkspace, RequestsAreRecordedAndReportedOnTheNextTurn) {
-    FakeScheduler clock;
-    FakeWorkspace workspace;
-    workspace.setReportScheduler(&clock);
-    const QUrl url(u"file:///usr/share/applications/org.example.Notes.desktop"_qs);
-    workspace.install(
-        {u"org.example.Notes"_qs, u"Notes"_qs, url, FakeWorkspace::makeIcon(Qt::red)});
-    workspace.launch(101, u"org.example.Mail"_qs, u"Mail"_qs);
-    QSignalSpy launched(&workspace, &Workspace::applicationLaunched);
-    QSignalSpy activated(&workspace, &Workspace::applicationActivated);
-
-    EXPECT_TRUE(workspace.activate(101, true));
-    EXPECT_FALSE(workspace.activate(999, false)); // not running: recorded, nothing reported
-    workspace.openApplication(url);
-    EXPECT_EQ(activated.count(), 0);
-    clock.runPending();
-
-    EXPECT_EQ(workspace.activateCalls(),
-              (QList<FakeWorkspace::ActivateCall>{{101, true}, {999, false}}));
-    EXPECT_EQ(workspace.openedApplications(), QList<QUrl>{url});
-    ASSERT_EQ(launched.count(), 1);
-    const auto notes = launched[0][0].value<RunningApp>();
-    EXPECT_EQ(notes.bundleID, u"org.example.Notes"_qs);
-    EXPECT_EQ(notes.appURL, url);
-    ASSERT_EQ(activated.count(), 2);
-    EXPECT_EQ(activated[1][0].value<RunningApp>().pid, notes.pid);
-    EXPECT_EQ(workspace.frontmostApplication()->pid, notes.pid);
-
-    // Opening it again focuses the running process instead of starting another.
-    workspace.openApplication(url);
-    clock.runPending();
-    EXPECT_EQ(launched.count(), 1);
-    EXPECT_EQ(workspace.runningApplications().size(), 2);
 }
 
 } // namespace

@@ -140,6 +140,24 @@ TEST_F(Engine, TypingSearchesAfterTheDebounceAndReturnActivatesThirtyMsLater) {
     EXPECT_EQ(fake.workspace.activateCalls()[0], (FakeWorkspace::ActivateCall{103, true}));
 }
 
+TEST_F(Engine, AFavouriteWithSeveralProcessesStandsForTheOneUsedLast) {
+    start();
+    launch(201, u"debian-xterm"_qs, u"XTerm"_qs);
+    launch(202, u"debian-xterm"_qs, u"XTerm"_qs);
+    focus(202);
+    focus(201);
+    focus(202);
+    pin(u"debian-xterm"_qs, u"XTerm"_qs);
+    engine->show();
+    ASSERT_EQ(engine->displayedApps().size(), 1) << "one entry for the favourite";
+    EXPECT_EQ(engine->displayedApps()[0].id, 202);
+    EXPECT_TRUE(engine->displayedApps()[0].isFavourite);
+    engine->activateAt(0);
+    wait(30ms);
+    ASSERT_EQ(fake.workspace.activateCalls().size(), 1);
+    EXPECT_EQ(fake.workspace.activateCalls()[0].pid, 202);
+}
+
 TEST_F(Engine, AFavouriteThatIsNotRunningIsLaunchedByItsDesktopFile) {
     start();
     pin(u"org.gnome.Calculator"_qs, u"Calculator"_qs);

@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QScopeGuard>
 #include <QSignalSpy>
+#include <QThread>
 #include <QWindow>
 
 #include <csignal>
@@ -220,6 +221,45 @@ TEST_F(WorkspaceTest, WindowsThatVanishWhileQueriedAreSkipped) {
     EXPECT_TRUE(launched.isEmpty());
     for (qint32 pid : {term1, term2, clock, eyes})
         EXPECT_TRUE(appWithPid(apps, pid)) << pid;
+}
+
+// A splash screen first and the main window half a second later: the application is launched
+// when it becomes regular, and terminated (for the switcher) when it stops being regular.
+TEST_F(WorkspaceTest, ASplashFirstAppLaunchesWhenItsMainWindowAppears) {
+    QSignalSpy launched(&workspace(), &Workspace::applicationLaunched);
+    QSignalSpy terminated(&workspace(), &Workspace::applicationTerminated);
+    const pid_t helper = startHelper(
+        {u"--class"_qs, u"Splashy"_qs, u"--type"_qs, u"splash"_qs, u"--then"_qs, u"normal"_qs});
+    ASSERT_TRUE(XSession::waitUntil([&] { return listed(helper); }));
+    EXPECT_EQ(workspace().describe(helper)->activationPolicy, ActivationPolicy::Prohibited);
+    const auto regularLaunches = [&] {
+        int n = 0;
+        for (const QList<QVariant>& args : launched) {
+            const auto app = args.at(0).value<RunningApp>();
+            n += app.pid == helper && app.activationPolicy == ActivationPolicy::Regular;
+        }
+        return n;
+    };
+    EXPECT_EQ(regularLaunches(), 0);
+    QThread::msleep(500);
+    ::kill(helper, SIGUSR2); // the main window
+    ASSERT_TRUE(XSession::waitUntil([&] { return regularLaunches() == 1; }));
+    EXPECT_EQ(workspace().describe(helper)->activationPolicy, ActivationPolicy::Regular);
+    ::kill(helper, SIGUSR1); // closes it again; the splash stays
+    ASSERT_TRUE(XSession::waitUntil([&] { return pidsOf(terminated).contains(helper); }));
+    EXPECT_TRUE(listed(helper));
+}
+
+// Interpreters never name an application: a Python program is listed under its own class.
+TEST_F(WorkspaceTest, APythonProgramIsListedUnderItsWindowClass) {
+    const pid_t sample =
+        s->spawn({u"/usr/bin/python3"_qs, QStringLiteral(INTEGRATION_SOURCE_DIR "/sample_app.py")});
+    extra.append(sample);
+    ASSERT_TRUE(XSession::waitUntil([&] { return listed(sample); }, 10000));
+    const auto app = workspace().describe(sample);
+    ASSERT_TRUE(app);
+    EXPECT_EQ(app->bundleID.value_or(QString()), u"wmclass.sampler"_qs);
+    EXPECT_EQ(app->name, u"Sampler"_qs);
 }
 
 TEST_F(WorkspaceTest, PolicyFollowsWindowTypes) {

@@ -2,7 +2,9 @@
 // and state, opens one more on SIGUSR2 and destroys the newest on SIGUSR1.
 //
 //   xwin_helper [--class NAME] [--count N] [--type normal|dialog|utility|toolbar|dock|splash]
-//               [--skip-taskbar] [--no-pid]
+//               [--then TYPE] [--skip-taskbar] [--no-pid]
+// --then gives the type of the windows opened on SIGUSR2 (a splash screen first, the main
+// window later).
 #include <xcb/xcb.h>
 
 #include <poll.h>
@@ -29,6 +31,7 @@ struct Options {
     std::string cls = "XwinHelper";
     int count = 1;
     std::string type = "normal";
+    std::string then;
     bool skipTaskbar = false;
     bool setPid = true;
 };
@@ -80,6 +83,8 @@ int main(int argc, char** argv) {
             o.count = atoi(argv[++i]);
         else if (a == "--type" && i + 1 < argc)
             o.type = argv[++i];
+        else if (a == "--then" && i + 1 < argc)
+            o.then = argv[++i];
         else if (a == "--skip-taskbar")
             o.skipTaskbar = true;
         else if (a == "--no-pid")
@@ -122,7 +127,10 @@ int main(int argc, char** argv) {
                 windows.pop_back();
                 xcb_flush(c);
             } else if (info.ssi_signo == SIGUSR2) {
-                windows.push_back(openWindow(c, s, o, opened++));
+                Options later = o;
+                if (!o.then.empty())
+                    later.type = o.then;
+                windows.push_back(openWindow(c, s, later, opened++));
             } else if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGINT) {
                 break;
             }

@@ -68,8 +68,10 @@ Item {
         anchors.centerIn: parent
         color: view.colors.backdrop
         border.color: view.colors.backdropBorder
-        opacity: Math.min(1, view.bloom * 1.5)
-        scale: 0.86 + 0.14 * view.bloom
+        // The backing is there from the first frame (the switcher answers at once); the cards
+        // fan out on it. It fades only when closing.
+        opacity: view.open ? 1 : view.bloom
+        scale: 0.94 + 0.06 * view.bloom
         Behavior on width { SpringAnimation { spring: 3.2; damping: 0.34; epsilon: 0.25 } }
     }
 

@@ -58,7 +58,8 @@ Item {
         anchors.centerIn: parent
         width: view.panelWidth
         height: view.panelHeight
-        opacity: motion.wave ? Math.min(1, view.entrance * 2) : view.entrance
+        // There from the first frame; the items move in. It fades only when closing.
+        opacity: view.open ? 1 : view.entrance
         scale: motion.wave ? 1 : 0.92 + 0.08 * view.entrance
 
         SoftShadow { target: backing; radius: 18; blur: 20; offsetY: 8; opacity: view.colors.shadowOpacity }

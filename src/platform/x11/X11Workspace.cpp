@@ -404,6 +404,29 @@ void X11Workspace::Private::reportChanges() {
             Q_EMIT q->applicationLaunched(*app);
         }
     }
+    // A process whose windows changed what kind of application it is (a splash screen or a
+    // dialog first, its main window later) counts as launched when it becomes regular and as
+    // terminated when it stops being regular.
+    for (qint32 pid : std::as_const(reportedPids)) {
+        if (born.contains(pid))
+            continue;
+        const auto known = lastKnown.constFind(pid);
+        if (known == lastKnown.cend())
+            continue;
+        const bool wasRegular = known->activationPolicy == ActivationPolicy::Regular;
+        const auto app = describe(pid, false);
+        if (!app || (app->activationPolicy == ActivationPolicy::Regular) == wasRegular)
+            continue;
+        if (wasRegular) {
+            RunningApp before = *known;
+            before.pid = pid;
+            lastKnown.insert(pid, *app);
+            Q_EMIT q->applicationTerminated(before);
+        } else if (auto full = describe(pid, true)) {
+            lastKnown.insert(pid, *full);
+            Q_EMIT q->applicationLaunched(*full);
+        }
+    }
     if (!born.isEmpty())
         syncActiveWindow(); // the new window may have become active before we knew it
 }
