@@ -292,6 +292,7 @@ SearchOutcome IndexStore::search(const PreparedQuery& prepared, qsizetype limit)
 
     SearchOutcome outcome;
     std::vector<SlotId> candidates;
+    KnownMatch known = KnownMatch::Nothing;
     if (const Trie::IdRef ref = m_trie.find(query); ref != Trie::kEmpty) {
         m_trie.appendIds(ref, candidates);
         outcome.stage = SearchStage::Prefix;
@@ -299,14 +300,18 @@ SearchOutcome IndexStore::search(const PreparedQuery& prepared, qsizetype limit)
     if (candidates.empty()) {
         scanSubstring(query, candidates);
         outcome.stage = SearchStage::Substring;
+        // The empty query is in every name, and a prefix of every key though no key is found.
+        known = query.empty() ? KnownMatch::Nothing : KnownMatch::Substring;
     }
     if (candidates.empty()) {
         scanSubsequence(query, candidates);
         outcome.stage = SearchStage::Subsequence;
+        known = KnownMatch::Subsequence;
     }
     if (candidates.empty()) {
         fuzzy(query, candidates);
         outcome.stage = SearchStage::Fuzzy;
+        known = KnownMatch::Neither;
     }
     if (candidates.empty()) {
         outcome.stage = SearchStage::None;
@@ -323,7 +328,7 @@ SearchOutcome IndexStore::search(const PreparedQuery& prepared, qsizetype limit)
     scored.reserve(candidates.size());
     for (SlotId slot : candidates) {
         const double score = withName(slot, [&](auto name) {
-            return relevance(query, name, m_entries[slot].activationCount);
+            return relevance(query, name, m_entries[slot].activationCount, known);
         });
         scored.push_back({score, slot});
     }

@@ -140,30 +140,56 @@ inline int allowedDistance(std::size_t n) {
     return n > 2 ? int(n / 3) : 1;
 }
 
+// What the search stage that found a name already knows about it, so the score need not test it
+// again: a stage runs only when the ones before it found nothing.
+enum class KnownMatch {
+    Nothing,     // prefix stage: some key starts with the query, which one is not known
+    Substring,   // no key starts with the query; the name contains it
+    Subsequence, // the name does not contain the query but has its characters in order
+    Neither,     // fuzzy stage: neither substring nor subsequence
+};
+
 // Relevance of a name for the query, summed in this order: name prefix 100, word prefix 60
 // (once), substring 30, subsequence 15, closeness (3 - m) * 4 when the smallest distance m
 // between the query and the first (query length + 2) characters of a key is below 3, minus half
 // a point per character of the name, plus two points per activation up to 20.
 template <typename K>
-double relevance(Query q, std::span<const K> name, std::int64_t activationCount) {
-    double score = 0;
-    const bool namePrefix = startsWith(name, q);
+double relevance(Query q, std::span<const K> name, std::int64_t activationCount,
+                 KnownMatch known = KnownMatch::Nothing) {
+    const bool mayPrefix = known == KnownMatch::Nothing;
     const std::size_t window = q.size() + 2;
+    bool namePrefix = mayPrefix && startsWith(name, q);
     bool wordPrefix = false;
     int best = boundedDistance(q, head(name, window), 2);
     forEachWord(name, [&](std::span<const K> word) {
-        wordPrefix = wordPrefix || startsWith(word, q);
+        wordPrefix = wordPrefix || (mayPrefix && startsWith(word, q));
         if (best > 0)
             best = std::min(best, boundedDistance(q, head(word, window), best - 1));
     });
+    bool substring = namePrefix || wordPrefix;
+    bool subsequence = substring;
+    switch (known) {
+    case KnownMatch::Nothing:
+        substring = substring || contains(name, q);
+        subsequence = substring || isSubsequence(q, name);
+        break;
+    case KnownMatch::Substring:
+        substring = subsequence = true;
+        break;
+    case KnownMatch::Subsequence:
+        subsequence = true;
+        break;
+    case KnownMatch::Neither:
+        break;
+    }
+    double score = 0;
     if (namePrefix)
         score += 100;
     if (wordPrefix)
         score += 60;
-    const bool substring = namePrefix || wordPrefix || contains(name, q);
     if (substring)
         score += 30;
-    if (substring || isSubsequence(q, name))
+    if (subsequence)
         score += 15;
     if (best < 3)
         score += (3 - best) * 4;
