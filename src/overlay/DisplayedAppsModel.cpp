@@ -11,6 +11,14 @@ QString DisplayedAppsModel::iconUrl(const AppEntry& e) {
     return u"image://%1/%2"_qs.arg(QLatin1String(iconProviderId)).arg(e.id);
 }
 
+QString DisplayedAppsModel::accessibleName(const AppEntry& e) {
+    if (e.isAddSlot)
+        return e.name;
+    const QString state =
+        e.isFavourite ? (e.isRunning ? u"favourite, running"_qs : u"favourite"_qs) : u"running"_qs;
+    return e.name + u", "_qs + state;
+}
+
 QVariant DisplayedAppsModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() < 0 || index.row() >= m_apps.size())
         return {};
@@ -51,6 +59,8 @@ QVariant DisplayedAppsModel::data(const QModelIndex& index, int role) const {
                            {u"colorHex"_qs, e.shortcut->colorHex}};
     case IsAddSlotRole:
         return e.isAddSlot;
+    case AccessibleNameRole:
+        return accessibleName(e);
     default:
         return {};
     }
@@ -71,7 +81,8 @@ QHash<int, QByteArray> DisplayedAppsModel::roleNames() const {
             {IsRunningRole, "isRunning"},
             {AppUrlRole, "appURL"},
             {ShortcutRole, "shortcut"},
-            {IsAddSlotRole, "isAddSlot"}};
+            {IsAddSlotRole, "isAddSlot"},
+            {AccessibleNameRole, "accessibleName"}};
 }
 
 void DisplayedAppsModel::setApps(const QList<AppEntry>& apps) {

@@ -31,6 +31,7 @@ public:
         AppUrlRole,
         ShortcutRole,
         IsAddSlotRole,
+        AccessibleNameRole,
     };
     Q_ENUM(Role)
 
@@ -46,6 +47,8 @@ public:
     void setApps(const QList<AppEntry>& apps);
 
     static QString iconUrl(const AppEntry& e);
+    // What a screen reader says for an entry: its name and whether it is a favourite or running.
+    static QString accessibleName(const AppEntry& e);
 
 Q_SIGNALS:
     void countChanged();

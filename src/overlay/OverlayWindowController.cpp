@@ -24,6 +24,7 @@ constexpr int kDownArrow = 125;
 constexpr int kUpArrow = 126;
 constexpr int kGrabRetryMs = 5;
 constexpr int kGrabAttempts = 40;
+constexpr int kGrabFallbackMs = 40;
 constexpr int kPreWarmTimeoutMs = 1000;
 // A wheel notch (120 eighths of a degree) counts as 10 points of scrolling.
 constexpr double kPointsPerAngleUnit = 10.0 / 120.0;
@@ -37,6 +38,8 @@ QRegion regionFor(const QSizeF& size, bool round, double cornerRadius) {
     path.addRoundedRect(r, cornerRadius, cornerRadius);
     return QRegion(path.toFillPolygon().toPolygon());
 }
+// Left of and above every screen (the X screen's origin is the top left of all monitors).
+constexpr QPoint parkedPosition(-4 * int(overlay::panelSide), -4 * int(overlay::panelSide));
 } // namespace
 
 OverlayWindowController::OverlayWindowController(SwitcherModel& switcher, const Platform& platform,
@@ -95,10 +98,12 @@ void OverlayWindowController::createWindow(QQuickImageProvider* iconProvider) {
     connect(m_view.get(), &QQuickWindow::frameSwapped, this, [this] {
         if (m_isPreWarming) {
             m_isPreWarming = false;
-            m_view->hide();
-            m_view->setOpacity(1.0);
-            applyShape();
-            m_state = State::Hidden;
+            park();
+        }
+        if (m_grabAfterFrame && m_state == State::Shown) {
+            if (m_grabRetry)
+                m_grabRetry->cancel();
+            grabKeyboard();
         }
         if (onFrame)
             onFrame();
@@ -154,12 +159,24 @@ void OverlayWindowController::preWarm() {
         m_platform.scheduler->postAfter(milliseconds(kPreWarmTimeoutMs), this, [this] {
             if (m_isPreWarming) {
                 m_isPreWarming = false;
-                m_view->hide();
-                m_view->setOpacity(1.0);
-                applyShape();
-                m_state = State::Hidden;
+                park();
             }
         });
+}
+
+// Between openings the panel stays mapped, off every screen and shaped to one pixel: mapping the
+// window and waiting for its first expose at each opening would cost a few milliseconds.
+void OverlayWindowController::park() {
+    m_view->setMask(QRegion(0, 0, 1, 1));
+    if (m_platform.effects)
+        m_platform.effects->setBlurBehind(*m_view, QRegion());
+    m_view->setPosition(parkedPosition);
+    m_view->setOpacity(1.0);
+    m_state = State::Hidden;
+}
+
+bool OverlayWindowController::isOnScreen() const {
+    return m_view->isVisible() && m_view->position() != parkedPosition;
 }
 
 void OverlayWindowController::showPanel() {
@@ -182,13 +199,20 @@ void OverlayWindowController::showPanel() {
     m_view->setOpacity(1.0);
     applyShape();
     m_awaitingFirstFrame = true;
-    m_view->show();
+    if (!m_view->isVisible())
+        m_view->show();
     m_view->raise();
     m_state = State::Shown;
     Q_EMIT shownChanged();
     installMonitors();
+    // The grab is a round trip to the server: taken once the first frame is out (or soon after,
+    // should no frame come), it keeps the picture from waiting for it.
     m_grabAttempts = 0;
-    grabKeyboard();
+    m_grabAfterFrame = true;
+    if (m_grabRetry)
+        m_grabRetry->cancel();
+    m_grabRetry = m_platform.scheduler->postAfter(milliseconds(kGrabFallbackMs), this,
+                                                  [this] { grabKeyboard(); });
 }
 
 void OverlayWindowController::hidePanel(bool animated) {
@@ -215,9 +239,7 @@ void OverlayWindowController::finishHide(std::optional<RunningApp> previous) {
     m_finishHide.reset();
     if (m_switcher.isVisible())
         return; // opened again during the delay
-    m_view->hide();
-    m_view->setOpacity(1.0);
-    m_state = State::Hidden;
+    park();
     Workspace& workspace = *m_platform.workspace;
     const auto front = workspace.frontmostApplication();
     if (previous && front && front->pid == workspace.ownProcessId())
@@ -250,6 +272,7 @@ void OverlayWindowController::removeMonitors() {
 
 // The grab fails until the server has mapped the window; it is retried briefly.
 void OverlayWindowController::grabKeyboard() {
+    m_grabAfterFrame = false;
     if (m_state != State::Shown)
         return;
     if (m_view->setKeyboardGrabEnabled(true)) {
@@ -289,13 +312,22 @@ void OverlayWindowController::setContentShape(double width, double height, bool 
         applyShape();
 }
 
+void OverlayWindowController::setPopupArea(const QRectF& area) {
+    const QRect aligned = area.toAlignedRect();
+    if (aligned == m_popupArea)
+        return;
+    m_popupArea = aligned;
+    if (!m_isPreWarming)
+        applyShape();
+}
+
 void OverlayWindowController::applyShape() {
     if (m_contentSize.isEmpty()) {
         m_view->setMask(QRegion());
         return;
     }
     const QRegion region = regionFor(m_contentSize, m_contentRound, 24.0);
-    m_view->setMask(region);
+    m_view->setMask(m_popupArea.isEmpty() ? region : region.united(m_popupArea));
     if (m_platform.effects && m_state != State::PreWarming)
         m_platform.effects->setBlurBehind(*m_view, m_translucent ? region : QRegion());
 }

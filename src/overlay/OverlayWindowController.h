@@ -49,6 +49,8 @@ public:
     bool isShown() const { return m_state == State::Shown; }
     QQuickWindow* window() const;
     QRectF panelGeometry() const;
+    // Mapped and on a screen: between openings the window waits off-screen.
+    bool isOnScreen() const;
     QString switcherStyle() const { return m_switcherStyle; }
     QString animationStyle() const { return m_animationStyle; }
     bool isDark() const { return m_dark; }
@@ -57,6 +59,9 @@ public:
     // The part of the panel that is drawn (centred in it), from the view: clicks outside it
     // pass through to the desktop, and a compositor blurs behind it.
     Q_INVOKABLE void setContentShape(double width, double height, bool round);
+    // A menu open over the panel (window coordinates; empty when none): it takes clicks and is
+    // drawn though it may reach past the content shape.
+    Q_INVOKABLE void setPopupArea(const QRectF& area);
     // One scroll event (points; positive is forward).
     Q_INVOKABLE void handleScroll(double deltaX, double deltaY);
     // "Edit Favourites" or the ring's add slot.
@@ -86,6 +91,7 @@ private:
     void releaseKeyboard();
     void finishHide(std::optional<RunningApp> previous);
     void applyShape();
+    void park();
     std::optional<InputEvent> handleKey(const InputEvent& event);
 
     SwitcherModel& m_switcher;
@@ -102,6 +108,7 @@ private:
     WorkItemPtr m_grabRetry;
     WorkItemPtr m_preWarmTimeout;
     int m_grabAttempts = 0;
+    bool m_grabAfterFrame = false;
     bool m_keyboardGrabbed = false;
     bool m_awaitingFirstFrame = false;
     QString m_switcherStyle;
@@ -110,6 +117,7 @@ private:
     bool m_translucent = true;
     QSizeF m_contentSize;
     bool m_contentRound = false;
+    QRect m_popupArea;
 };
 
 } // namespace valimbra

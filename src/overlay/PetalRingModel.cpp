@@ -14,13 +14,6 @@ AppEntry addSlot() {
     return e;
 }
 
-QString accessibleName(const AppEntry& e) {
-    if (e.isAddSlot)
-        return e.name;
-    const QString state =
-        e.isFavourite ? (e.isRunning ? u"favourite, running"_qs : u"favourite"_qs) : u"running"_qs;
-    return e.name + u", "_qs + state;
-}
 } // namespace
 
 PetalRingModel::PetalRingModel(QObject* parent)
@@ -75,7 +68,7 @@ QVariant PetalRingModel::data(const QModelIndex& index, int role) const {
     case IsHighlightedRole:
         return highlightedRow() == row;
     case AccessibleNameRole:
-        return accessibleName(e);
+        return DisplayedAppsModel::accessibleName(e);
     default:
         return {};
     }

@@ -1,6 +1,9 @@
 #include "QSettingsStore.h"
 
+#include "QtScheduler.h"
+
 #include <QDir>
+#include <QEvent>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QMutexLocker>
@@ -29,9 +32,12 @@ QSettingsStore::QSettingsStore(QObject* parent)
 
 QSettingsStore::QSettingsStore(const QString& iniPath, QObject* parent)
     : SettingsStore(parent)
-    , m_settings(std::make_unique<QSettings>(iniPath, QSettings::IniFormat)) {
+    , m_settings(std::make_unique<QSettings>(iniPath, QSettings::IniFormat))
+    , m_saveQueue(std::make_unique<ThreadExecutor>(u"app.brindlex.settings"_qs)) {
     QDir().mkpath(QFileInfo(iniPath).absolutePath());
     m_settings->setAtomicSyncRequired(true);
+    // QSettings would also save by itself from the main loop, outside our lock; saves are ours.
+    m_settings->installEventFilter(this);
     clearTornLock(iniPath + u".lock"_qs);
 }
 
@@ -51,8 +57,30 @@ void QSettingsStore::clearTornLock(const QString& lockPath) {
 }
 
 QSettingsStore::~QSettingsStore() {
+    m_saveQueue.reset(); // drains the queued save
     QMutexLocker lock(&m_mutex);
     m_settings->sync();
+}
+
+bool QSettingsStore::eventFilter(QObject* watched, QEvent* event) {
+    return watched == m_settings.get() && event->type() == QEvent::UpdateRequest;
+}
+
+void QSettingsStore::flush() {
+    QMutexLocker lock(&m_mutex);
+    m_settings->sync();
+}
+
+// Called with m_mutex held. Writes in a burst share one save.
+void QSettingsStore::scheduleSync() {
+    if (m_syncQueued)
+        return;
+    m_syncQueued = true;
+    m_saveQueue->submit([this] {
+        QMutexLocker lock(&m_mutex);
+        m_syncQueued = false;
+        m_settings->sync();
+    });
 }
 
 QString QSettingsStore::fileName() const {
@@ -71,13 +99,13 @@ std::optional<QVariant> QSettingsStore::readStored(const QString& key) const {
 void QSettingsStore::writeStored(const QString& key, const QVariant& v) {
     QMutexLocker lock(&m_mutex);
     m_settings->setValue(iniKey(key), v);
-    m_settings->sync();
+    scheduleSync();
 }
 
 void QSettingsStore::removeStored(const QString& key) {
     QMutexLocker lock(&m_mutex);
     m_settings->remove(iniKey(key));
-    m_settings->sync();
+    scheduleSync();
 }
 
 } // namespace valimbra

@@ -53,7 +53,7 @@ protected:
         }
         return ::testing::AssertionSuccess();
     }
-    // The mapped switcher panel, if any.
+    // The switcher panel, if it is on the screen.
     std::optional<Geometry> panel() const {
         const auto ids =
             xdotool({u"search"_qs, u"--onlyvisible"_qs, u"--name"_qs, u"^Valimbra Switcher"_qs});
@@ -75,6 +75,9 @@ protected:
             else if (line.startsWith(u"HEIGHT="))
                 g.height = value.toInt();
         }
+        // Between openings the panel waits mapped, off every screen.
+        if (g.x + g.width <= 0 || g.y + g.height <= 0)
+            return std::nullopt;
         return g;
     }
     bool waitOpen() {

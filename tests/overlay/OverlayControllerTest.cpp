@@ -55,16 +55,16 @@ protected:
 TEST_F(Panel, OpensCentredOnThePointerAndClosesAfterTheDelay) {
     fake.screens.setPointer({1900, 40});
     engine->show();
-    EXPECT_TRUE(controller->window()->isVisible());
+    EXPECT_TRUE(controller->isOnScreen());
     EXPECT_EQ(controller->panelGeometry(), QRectF(1200, 30, 720, 720)) << "clamped to the frame";
     EXPECT_FALSE(controller->window()->flags() & Qt::WindowDoesNotAcceptFocus);
     EXPECT_TRUE(controller->window()->flags() & Qt::BypassWindowManagerHint);
     engine->hide();
     EXPECT_EQ(controller->state(), OverlayWindowController::State::Closing);
     fake.scheduler.advance(439ms);
-    EXPECT_TRUE(controller->window()->isVisible());
+    EXPECT_TRUE(controller->isOnScreen());
     fake.scheduler.advance(2ms);
-    EXPECT_FALSE(controller->window()->isVisible());
+    EXPECT_FALSE(controller->isOnScreen());
 }
 
 TEST_F(Panel, ReopeningDuringTheDelayKeepsThePanelAndHandsNothingBack) {
@@ -74,7 +74,7 @@ TEST_F(Panel, ReopeningDuringTheDelayKeepsThePanelAndHandsNothingBack) {
     fake.scheduler.advance(200ms);
     engine->show();
     fake.scheduler.advance(500ms);
-    EXPECT_TRUE(controller->window()->isVisible());
+    EXPECT_TRUE(controller->isOnScreen());
     EXPECT_TRUE(fake.workspace.activateCalls().isEmpty());
 }
 

@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     const int size = atoi(argv[2]);
     for (int i = 0;; ++i) {
         store.setData(QStringLiteral("valimbra.blob"), QByteArray(size, char('a' + i % 26)));
+        store.flush();
         if (write(STDOUT_FILENO, "!", 1) != 1)
             return 1;
     }

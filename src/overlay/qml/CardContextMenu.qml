@@ -8,6 +8,14 @@ Menu {
     property var items: []
     property OverlayPalette colors: OverlayPalette {}
     signal triggeredAction(string action)
+    // Where the menu is, whenever it opens, closes, moves or changes size.
+    signal areaChanged()
+
+    onVisibleChanged: areaChanged()
+    onXChanged: areaChanged()
+    onYChanged: areaChanged()
+    onWidthChanged: areaChanged()
+    onHeightChanged: areaChanged()
 
     padding: 5
     background: Rectangle {

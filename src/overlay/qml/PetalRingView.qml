@@ -85,6 +85,7 @@ Item {
             model: ringModel
             delegate: SectorCell {
                 ring: ringModel
+                menu: contextMenu
                 switcher: view.switcher
                 colors: view.colors
                 ringRadius: ringModel.radius
@@ -109,5 +110,11 @@ Item {
             noResults: ringModel.noResults
             z: 20
         }
+    }
+    ContextMenuHost {
+        id: contextMenu
+        anchors.fill: parent
+        colors: view.colors
+        controller: view.controller
     }
 }

@@ -19,6 +19,7 @@ Item {
     required property string accessibleName
 
     property PetalRingModel ring
+    property ContextMenuHost menu
     property var switcher
     property OverlayPalette colors
     property real ringRadius: 0
@@ -174,19 +175,12 @@ Item {
         onPressAndHold: if (cell.isFavourite && !cell.wiggle) cell.switcher.enterWiggleMode()
         onClicked: (mouse) => {
             if (mouse.button === Qt.RightButton) {
-                const items = cell.ring.contextMenu(cell.index)
-                if (items.length > 0) {
-                    menu.items = items
-                    menu.popup()
-                }
+                const index = cell.index
+                cell.menu.open(cell.ring.contextMenu(index),
+                               (action) => cell.ring.triggerMenuAction(index, action))
             } else if (!swapped) {
                 cell.ring.select(cell.index)
             }
         }
-    }
-    CardContextMenu {
-        id: menu
-        colors: cell.colors
-        onTriggeredAction: (action) => cell.ring.triggerMenuAction(cell.index, action)
     }
 }

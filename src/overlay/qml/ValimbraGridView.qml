@@ -112,6 +112,7 @@ Item {
                 required property color dominantColor
                 required property bool isFavourite
                 required property bool isRunning
+                required property string accessibleName
                 readonly property bool highlighted: index === view.switcher.highlightIndex
                 readonly property real progress: motion.itemProgress(view.entrance, index)
                 width: view.cellWidth
@@ -120,7 +121,7 @@ Item {
                 transform: Translate { y: (1 - cell.progress) * 14 }
 
                 Accessible.role: Accessible.Button
-                Accessible.name: name + (isFavourite ? (isRunning ? ", favourite, running" : ", favourite") : ", running")
+                Accessible.name: accessibleName
                 Accessible.onPressAction: view.switcher.activateAt(index)
 
                 Rectangle {
@@ -168,17 +169,13 @@ Item {
                     onExited: view.switcher.cancelHoverDwell()
                     onClicked: (mouse) => {
                         if (mouse.button === Qt.RightButton) {
-                            menu.items = actions.contextMenuForEntry(cell.index)
-                            menu.popup()
+                            const index = cell.index
+                            contextMenu.open(actions.contextMenuForEntry(index),
+                                             (action) => actions.triggerEntryAction(index, action))
                         } else {
                             view.switcher.activateAt(cell.index)
                         }
                     }
-                }
-                CardContextMenu {
-                    id: menu
-                    colors: view.colors
-                    onTriggeredAction: (action) => actions.triggerEntryAction(cell.index, action)
                 }
             }
         }
@@ -187,5 +184,11 @@ Item {
         id: actions
         switcher: view.switcher
         onEditFavouritesRequested: view.controller.requestEditFavourites()
+    }
+    ContextMenuHost {
+        id: contextMenu
+        anchors.fill: parent
+        colors: view.colors
+        controller: view.controller
     }
 }

@@ -106,6 +106,7 @@ Item {
                 required property color dominantColor
                 required property bool isFavourite
                 required property bool isRunning
+                required property string accessibleName
                 readonly property bool highlighted: index === view.switcher.highlightIndex
                 readonly property real progress: motion.itemProgress(view.entrance, index)
                 width: ListView.view.width
@@ -114,7 +115,7 @@ Item {
                 transform: Translate { x: (1 - row.progress) * -18 }
 
                 Accessible.role: Accessible.ListItem
-                Accessible.name: name + (isFavourite ? (isRunning ? ", favourite, running" : ", favourite") : ", running")
+                Accessible.name: accessibleName
                 Accessible.onPressAction: view.switcher.activateAt(index)
 
                 Rectangle {
@@ -163,17 +164,13 @@ Item {
                     onExited: view.switcher.cancelHoverDwell()
                     onClicked: (mouse) => {
                         if (mouse.button === Qt.RightButton) {
-                            menu.items = actions.contextMenuForEntry(row.index)
-                            menu.popup()
+                            const index = row.index
+                            contextMenu.open(actions.contextMenuForEntry(index),
+                                             (action) => actions.triggerEntryAction(index, action))
                         } else {
                             view.switcher.activateAt(row.index)
                         }
                     }
-                }
-                CardContextMenu {
-                    id: menu
-                    colors: view.colors
-                    onTriggeredAction: (action) => actions.triggerEntryAction(row.index, action)
                 }
             }
         }
@@ -182,5 +179,11 @@ Item {
         id: actions
         switcher: view.switcher
         onEditFavouritesRequested: view.controller.requestEditFavourites()
+    }
+    ContextMenuHost {
+        id: contextMenu
+        anchors.fill: parent
+        colors: view.colors
+        controller: view.controller
     }
 }

@@ -35,6 +35,8 @@ constexpr const char* kAtomNames[] = {
     "_NET_RESTACK_WINDOW",
     "_GTK_APPLICATION_ID",
     "_KDE_NET_WM_DESKTOP_FILE",
+    "_KDE_NET_WM_BLUR_BEHIND_REGION",
+    "_NET_WM_CM_S0", // the compositor of the first screen: Valimbra runs on one X screen
     "UTF8_STRING",
 };
 static_assert(std::size(kAtomNames) == static_cast<size_t>(Atom::Count));
@@ -125,16 +127,6 @@ X11Connection::X11Connection(xcb_connection_t* c, xcb_window_t root, QByteArray 
 X11Connection::~X11Connection() {
     if (auto* app = QCoreApplication::instance())
         app->removeNativeEventFilter(this);
-}
-
-xcb_atom_t X11Connection::intern(const char* name) const {
-    xcb_generic_error_t* err = nullptr;
-    xcb_intern_atom_reply_t* r = xcb_intern_atom_reply(
-        m_c, xcb_intern_atom(m_c, 0, uint16_t(std::strlen(name)), name), &err);
-    const xcb_atom_t a = r ? r->atom : XCB_NONE;
-    free(r);
-    free(err);
-    return a;
 }
 
 int X11Connection::addListener(Listener listener) {

@@ -40,6 +40,8 @@ enum class Atom {
     NetRestackWindow,
     GtkApplicationId,
     KdeNetWmDesktopFile,
+    KdeNetWmBlurBehindRegion,
+    NetWmCmS0,
     Utf8String,
     Count
 };
@@ -71,7 +73,6 @@ public:
     xcb_connection_t* xcb() const { return m_c; }
     xcb_window_t root() const { return m_root; }
     xcb_atom_t atom(Atom a) const { return m_atoms[static_cast<int>(a)]; }
-    xcb_atom_t intern(const char* name) const;
 
     // Listeners see every event before Qt; returning true hides it from Qt and later listeners.
     int addListener(Listener listener);

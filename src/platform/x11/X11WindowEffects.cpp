@@ -13,8 +13,7 @@ X11WindowEffects::X11WindowEffects(X11Connection& x)
 
 bool X11WindowEffects::compositingActive() const {
     xcb_connection_t* c = m_x.xcb();
-    // The compositor of the first screen: Valimbra runs on one X screen.
-    const xcb_atom_t selection = m_x.intern("_NET_WM_CM_S0");
+    const xcb_atom_t selection = m_x.atom(Atom::NetWmCmS0);
     auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr);
     const bool active = r && r->owner != XCB_NONE;
     free(r);
@@ -24,7 +23,7 @@ bool X11WindowEffects::compositingActive() const {
 void X11WindowEffects::setBlurBehind(QWindow& window, const QRegion& region) {
     xcb_connection_t* c = m_x.xcb();
     const auto w = xcb_window_t(window.winId());
-    const xcb_atom_t property = m_x.intern("_KDE_NET_WM_BLUR_BEHIND_REGION");
+    const xcb_atom_t property = m_x.atom(Atom::KdeNetWmBlurBehindRegion);
     if (region.isEmpty()) {
         xcb_delete_property(c, w, property);
     } else {
