@@ -86,6 +86,22 @@ TEST(CatalogueRules, IgnoresOnlyWhatIsNeitherAFavouriteNorIgnoredAlready) {
     }
 }
 
+// Which blobs are unreadable is the decoder's business; either list loads one as empty, and the
+// next save replaces it.
+TEST(CatalogueRules, UnreadableListsLoadAsEmptyAndTheNextSaveReplacesThem) {
+    MemorySettingsStore settings;
+    settings.setData(PinnedAppsManager::storageKey(), "not json at all");
+    settings.setData(IgnoreListManager::storageKey(), "\x01garbage\xff");
+    PinnedAppsManager pinned(settings);
+    IgnoreListManager ignored(settings);
+    EXPECT_TRUE(pinned.pinnedApps().isEmpty());
+    EXPECT_TRUE(ignored.ignoredApps().isEmpty());
+    ASSERT_TRUE(pinApp(pinned, ignored, pin(u"a"_qs)));
+    ASSERT_TRUE(ignoreApp(ignored, pinned, ignore(u"b"_qs)));
+    EXPECT_EQ(PinnedAppsManager(settings).pinnedApps(), QList{pin(u"a"_qs)});
+    EXPECT_EQ(IgnoreListManager(settings).ignoredApps(), QList{ignore(u"b"_qs)});
+}
+
 TEST(CatalogueRules, AnUnusableLocationIsDroppedRatherThanBlockingTheSave) {
     Catalogue cat({}, {});
     ASSERT_TRUE(ignoreApp(cat.ignored, cat.pinned, {u"a"_qs, u"A"_qs, QUrl(u"http://[broken"_qs)}));

@@ -1,5 +1,4 @@
 #include "catalogue/IgnoreListManager.h"
-#include "catalogue/JsonCoding.h"
 #include "platform/fake/FakeWorkspace.h"
 #include "platform/fake/MemorySettingsStore.h"
 
@@ -11,38 +10,11 @@ using namespace valimbra;
 
 namespace {
 
-const QString kKey = IgnoreListManager::storageKey();
 const QUrl kXtermURL(u"file:///usr/share/applications/debian-xterm.desktop"_qs);
 const IgnoredApp kXclock{u"wmclass.xclock"_qs, u"xclock"_qs, std::nullopt};
 
-class IgnoreListTest : public ::testing::Test {
-protected:
+TEST(IgnoreList, AppendsAndRemovalsSurviveARestartAndMatchExactly) {
     MemorySettingsStore settings;
-};
-
-TEST_F(IgnoreListTest, UnreadableDataLoadsAsEmptyAndTheNextSaveOverwritesIt) {
-    for (const char* blob :
-         {"\x01garbage\xff", R"({"bundleID":"a","name":"A"})", R"([{"bundleID":"a"}])",
-          R"([{"bundleID":"a","name":"A","appURL":false}])", R"([{"bundleID":"a","name":42}])"}) {
-        settings.setData(kKey, blob);
-        IgnoreListManager manager(settings);
-        EXPECT_TRUE(manager.ignoredApps().isEmpty()) << blob;
-        manager.append(kXclock);
-        EXPECT_EQ(json::decodeIgnoredApps(settings.data(kKey).value()), QList{kXclock}) << blob;
-    }
-}
-
-TEST_F(IgnoreListTest, RecordsWithoutOrWithNullAppURLLoad) {
-    settings.setData(
-        kKey,
-        R"([{"name":"xclock","bundleID":"wmclass.xclock"},{"bundleID":"b","name":"B","appURL":null},{"bundleID":"debian-xterm","name":"XTerm","appURL":"file:\/\/\/usr\/share\/applications\/debian-xterm.desktop"}])");
-    EXPECT_EQ(IgnoreListManager(settings).ignoredApps(),
-              (QList<IgnoredApp>{kXclock,
-                                 {u"b"_qs, u"B"_qs, std::nullopt},
-                                 {u"debian-xterm"_qs, u"XTerm"_qs, kXtermURL}}));
-}
-
-TEST_F(IgnoreListTest, AppendsAndRemovalsSurviveARestartAndMatchExactly) {
     IgnoreListManager manager(settings);
     QSignalSpy changed(&manager, &IgnoreListManager::ignoredAppsChanged);
     manager.append({u"debian-xterm"_qs, u"XTerm"_qs, kXtermURL});

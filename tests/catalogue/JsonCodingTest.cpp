@@ -15,31 +15,43 @@ namespace {
 
 const QUrl kXtermURL(u"file:///usr/share/applications/debian-xterm.desktop"_qs);
 const PinnedApp kXterm{u"debian-xterm"_qs, u"XTerm"_qs, kXtermURL};
+#define XTERM                                                                                      \
+    R"({"bundleID":"debian-xterm","name":"XTerm",)"                                                \
+    R"("appURL":"file:\/\/\/usr\/share\/applications\/debian-xterm.desktop"})"
 
 std::string show(const std::optional<QByteArray>& b) {
     return b ? b->toStdString() : std::string("<nothing>");
 }
 
-TEST(JsonEncoding, KnownRecordsAreWrittenExactlyAsTheMacEncoderWritesThem) {
-    EXPECT_EQ(
-        show(encodePinnedApps({kXterm})),
-        R"([{"bundleID":"debian-xterm","name":"XTerm","appURL":"file:\/\/\/usr\/share\/applications\/debian-xterm.desktop"}])");
+TEST(JsonEncoding, KnownRecordsAreWrittenExactlyAsTheMacEncoderWritesThemAndReadBack) {
+    EXPECT_EQ(show(encodePinnedApps({kXterm})), "[" XTERM "]");
     EXPECT_EQ(show(encodePinnedApps({})), "[]");
     // An ignored app writes "appURL" only when it is known.
-    EXPECT_EQ(
-        show(encodeIgnoredApps({{u"wmclass.xclock"_qs, u"xclock"_qs, std::nullopt},
-                                {u"debian-xterm"_qs, u"XTerm"_qs, kXtermURL}})),
-        R"([{"bundleID":"wmclass.xclock","name":"xclock"},{"bundleID":"debian-xterm","name":"XTerm","appURL":"file:\/\/\/usr\/share\/applications\/debian-xterm.desktop"}])");
-    // Recency is compact, with both maps in bundle ID order.
+    const QList<IgnoredApp> ignored{{u"wmclass.xclock"_qs, u"xclock"_qs, std::nullopt},
+                                    {u"debian-xterm"_qs, u"XTerm"_qs, kXtermURL}};
+    const char* ignoredJson = R"([{"bundleID":"wmclass.xclock","name":"xclock"},)" XTERM "]";
+    EXPECT_EQ(show(encodeIgnoredApps(ignored)), ignoredJson);
+    EXPECT_EQ(decodeIgnoredApps(ignoredJson), ignored);
+    // Recency is compact, with both maps in bundle ID order; a count needs no timestamp.
     RecencySnapshot s;
     s.timestamps.insert(u"org.gnome.Nautilus"_qs, Date(800000000.25));
-    s.timestamps.insert(u"debian-xterm"_qs, Date(799999999));
+    s.timestamps.insert(u"debian-xterm"_qs, Date(799999990.123456));
     s.counts.insert(u"org.gnome.Nautilus"_qs, 12);
-    s.counts.insert(u"debian-xterm"_qs, 3);
-    EXPECT_EQ(
-        show(encodeRecency(s)),
-        R"({"timestamps":{"debian-xterm":799999999,"org.gnome.Nautilus":800000000.25},"counts":{"debian-xterm":3,"org.gnome.Nautilus":12}})");
+    s.counts.insert(u"debian-xterm"_qs, std::numeric_limits<qint64>::max());
+    s.counts.insert(u"never-dated"_qs, 4);
+    const char* recencyJson =
+        R"({"timestamps":{"debian-xterm":799999990.123456,"org.gnome.Nautilus":800000000.25},)"
+        R"("counts":{"debian-xterm":9223372036854775807,"never-dated":4,"org.gnome.Nautilus":12}})";
+    EXPECT_EQ(show(encodeRecency(s)), recencyJson);
+    EXPECT_EQ(decodeRecency(recencyJson), s);
     EXPECT_EQ(show(encodeRecency({})), R"({"timestamps":{},"counts":{}})");
+    // URLs are stored in their absolute, percent-encoded form.
+    const QList<PinnedApp> awkward{
+        {u"x"_qs, u"X"_qs, QUrl::fromLocalFile(u"/opt/My Apps/caf\u00e9 x%y.desktop"_qs)}};
+    const auto data = encodePinnedApps(awkward);
+    ASSERT_TRUE(data.has_value());
+    EXPECT_TRUE(data->contains(R"(file:\/\/\/opt\/My%20Apps\/caf%C3%A9%20x%25y.desktop)"));
+    EXPECT_EQ(decodePinnedApps(*data), awkward);
 }
 
 TEST(JsonEncoding, StringsAreEscapedAsTheMacEncoderDoesAndReadBack) {
@@ -108,48 +120,32 @@ TEST(JsonDecoding, WhatTheMacEncoderWroteDecodesToTheSameRecord) {
         R"([{"bundleID":"debian-xterm","name":"XTerm","appURL":"file:\/\/\/usr\/share\/applications\/debian-xterm.desktop","addedAt":800000000.5}])"};
     for (const char* blob : blobs)
         EXPECT_EQ(decodePinnedApps(blob), QList<PinnedApp>{kXterm}) << blob;
-
-    // Fractional reference-date seconds decode exactly.
-    const auto s = decodeRecency(
-        R"({"counts":{"debian-xterm":7,"org.gnome.Nautilus":1},"timestamps":{"debian-xterm":799999990.123456,"org.gnome.Nautilus":800000000}})");
-    ASSERT_TRUE(s.has_value());
-    EXPECT_EQ(s->timestamps.value(u"debian-xterm"_qs).secondsSinceReference(), 799999990.123456);
-    EXPECT_EQ(s->timestamps.value(u"org.gnome.Nautilus"_qs).secondsSinceReference(), 800000000.0);
-    EXPECT_EQ(s->counts.value(u"debian-xterm"_qs), 7);
-    EXPECT_EQ(s->counts.value(u"org.gnome.Nautilus"_qs), 1);
-}
-
-TEST(JsonRoundTrip, AwkwardTextAndPathsSurviveEncodeDecode) {
-    const QList<PinnedApp> pinned{kXterm,
-                                  {u"org.example.Caf\u00e9"_qs, u"Caf\u00e9 \"Deluxe\" / 2"_qs,
-                                   QUrl::fromLocalFile(u"/opt/My Apps/caf\u00e9 x%y.desktop"_qs)}};
-    const auto data = encodePinnedApps(pinned);
-    ASSERT_TRUE(data.has_value());
-    EXPECT_TRUE(data->contains(R"(file:\/\/\/opt\/My%20Apps\/caf%C3%A9%20x%25y.desktop)"))
-        << "URLs are stored in their absolute, percent-encoded form";
-    EXPECT_EQ(decodePinnedApps(*data), pinned);
-
-    RecencySnapshot s;
-    s.timestamps.insert(u"a"_qs, Date(800000000.987654321));
-    s.counts.insert(u"a"_qs, std::numeric_limits<qint64>::max());
-    s.counts.insert(u"never-dated"_qs, 4);
-    EXPECT_EQ(decodeRecency(encodeRecency(s).value()), s);
+    EXPECT_EQ(decodeIgnoredApps(R"([{"bundleID":"b","name":"B","appURL":null}])"),
+              (QList<IgnoredApp>{{u"b"_qs, u"B"_qs, std::nullopt}}))
+        << "a null appURL is an unknown one";
 }
 
 TEST(JsonDecoding, AnythingButTheExpectedShapeDecodesAsNothing) {
-    // The managers' tests add more: not JSON, an object, no "appURL", wrong types.
-    for (const char* blob : {"", R"([] [])", R"([{"bundleID":"a","name":"A","appURL":null}])",
-                             R"([{"bundleID":"a","appURL":"file:\/\/\/a"}])",
-                             R"([{"bundleID":1,"name":"A","appURL":"file:\/\/\/a"}])",
-                             R"([{"bundleID":"a","name":"A","appURL":""}])",
-                             R"([{"bundleID":"a","name":"A","appURL":"file:\/\/\/a b"}])",
-                             R"([{"bundleID":"a","name":"A","appURL":"file:\/\/\/a%zz"}])",
-                             R"([{"bundleID":"a","name":"A","appURL":"file:\/\/\/a"},"b"])",
-                             R"([{"bundleID":"\ud800","name":"A","appURL":"file:\/\/\/a"}])"})
-        EXPECT_FALSE(decodePinnedApps(blob).has_value()) << blob;
     for (const char* blob :
-         {R"({"timestamps":{"a":800000000}})", R"({"counts":{"a":1}})",
+         {"", "not json", R"([] [])", R"({"bundleID":"a","name":"A"})",
+          R"([{"bundleID":"a","name":"A"}])", R"([{"bundleID":"a","name":"A","appURL":null}])",
+          R"([{"bundleID":"a","appURL":"file:\/\/\/a"}])",
+          R"([{"bundleID":1,"name":"A","appURL":"file:\/\/\/a"}])",
+          R"([{"bundleID":"a","name":"A","appURL":""}])",
+          R"([{"bundleID":"a","name":"A","appURL":"file:\/\/\/a b"}])",
+          R"([{"bundleID":"a","name":"A","appURL":"file:\/\/\/a%zz"}])",
+          R"([{"bundleID":"a","name":"A","appURL":"file:\/\/\/a"},"b"])",
+          R"([{"bundleID":"\ud800","name":"A","appURL":"file:\/\/\/a"}])"})
+        EXPECT_FALSE(decodePinnedApps(blob).has_value()) << blob;
+    // An ignored app's "appURL" may be missing or null, but nothing else.
+    for (const char* blob :
+         {"\x01garbage\xff", R"([{"bundleID":"a"}])", R"([{"bundleID":"a","name":42}])",
+          R"([{"bundleID":"a","name":"A","appURL":false}])"})
+        EXPECT_FALSE(decodeIgnoredApps(blob).has_value()) << blob;
+    for (const char* blob :
+         {"{{{", "[]", R"({"timestamps":{"a":800000000}})", R"({"counts":{"a":1}})",
           R"({"timestamps":[800000000],"counts":{}})", R"({"timestamps":{},"counts":{"a":2.5}})",
+          R"({"timestamps":{"a":"yesterday"},"counts":{}})",
           R"({"timestamps":{},"counts":{"a":"2"}})",
           R"({"timestamps":{},"counts":{"a":9223372036854775808}})"})
         EXPECT_FALSE(decodeRecency(blob).has_value()) << blob;

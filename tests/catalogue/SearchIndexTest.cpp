@@ -1,22 +1,16 @@
 #include "catalogue/SearchIndex.h"
 
-#include <QDir>
-#include <QFile>
-#include <QRegularExpression>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QTextBoundaryFinder>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <functional>
 #include <future>
 #include <latch>
 #include <random>
 #include <thread>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -87,32 +81,27 @@ TEST_P(Queries, FindTheExpectedNamesInTheExpectedStageWithTheExpectedScores) {
 constexpr const char* kVsc = VSC "|Safari|Messages";
 
 // Points: name prefix 100, word prefix 60, substring 30, subsequence 15, closeness 12/8/4,
-// 2 per activation up to 20, minus 0.5 per character of the name.
+// 2 per activation up to 20, minus 0.5 per character of the name. The model test below checks
+// these rules at random; the rows pin one example of each, and the Unicode cases it cannot make.
 constexpr QueryCase kCases[] = {
     {kVsc, "vis", Prefix, VSC "=200"}, // 100 + 60 + 30 + 15 + 4 - 9
     {kVsc, "stu", Prefix, VSC "=100"}, // 60 + 30 + 15 + 4 - 9
-    {kVsc, "cod", Prefix, VSC "=104"}, // 60 + 30 + 15 + 8 - 9
     {kVsc, "dio", Substring, VSC "=36"},
     {kVsc, "vsc", Subsequence, VSC "=6"},
-    {kVsc, "vsiual", Fuzzy, VSC "=-5"},               // 2 from "visual", as 6 / 3 allows
-    {kVsc, "visual studio code", Prefix, VSC "=148"}, // a space: no word's prefix
-    {kVsc, "sa", Prefix, "Safari=206"},               // no later stage adds Messages
+    {kVsc, "vsiual", Fuzzy, VSC "=-5"}, // 2 from "visual", as 6 / 3 allows
+    {kVsc, "sa", Prefix, "Safari=206"}, // no later stage adds Messages
     {"Messages|Safari", "a", Substring, "Safari=46|Messages=41"},
     {"Safari|Safari Technology Preview", "safari", Prefix,
      "Safari=214|Safari Technology Preview=204.5"}, // exact: 217 minus the length
-    {"Safari|Maps", "", Substring, "Maps=207|Safari=206"},
     {"Safari", "xyzzy", None, ""},
     // n = 3 allows distance 1 over a window of 4: "go" is 1 away, "goph" 2.
     {"Gopher Tools|Go Tools|Go", "gox", Fuzzy, "Go=7|Go Tools=4"},
     // Shorter names first, unless activations (at most 20 points) outweigh the length.
-    {"Notepad Plus|Notes", "note", Prefix, "Notes=210.5|Notepad Plus=203"},
-    {"Notepad Plus\t3|Notes", "note", Prefix, "Notes=210.5|Notepad Plus=209"},
     {"Notepad Plus\t4|Notes", "note", Prefix, "Notepad Plus=211|Notes=210.5"},
     {"Notepad Plus Plus Portable Edition Extra\t1000|Notes", "note", Prefix,
      "Notes=210.5|Notepad Plus Plus Portable Edition Extra=209"},
     // Canonically equivalent spellings are one character; the accent is never dropped.
     {"Caf\u00e9|Safari", "cafe\u0301", Prefix, "Caf\u00e9=215"},
-    {"Cafe\u0301|Safari", "caf\u00e9", Prefix, "Cafe\u0301=215"},
     {"Caf\u00e9|Safari", "cafe", Fuzzy, "Caf\u00e9=6"},
     // A ZWJ sequence or a flag is one character: its parts are one substitution away.
     {FAMILY " Family|Safari", FAMILY, Prefix, FAMILY " Family=213"},
@@ -127,24 +116,10 @@ constexpr QueryCase kCases[] = {
     {"Stra\u00DFe|Safari", "strasse", Fuzzy, "Stra\u00DFe=1"},
     // A leading space is matched as typed: no word starts with it.
     {VSC "|Safari", " stu", Substring, VSC "=36"},
-    {"Maps|Safari", " saf", None, ""},
 };
 INSTANTIATE_TEST_SUITE_P(Cases, Queries, ::testing::ValuesIn(kCases));
 
-// Replacing and rebuilding are checked against the model below.
-TEST(SearchIndexWrites, RemovedNamesAreNotFound) {
-    SearchIndex idx;
-    idx.rebuild(apps("Safari|Safari Technology Preview"));
-    idx.remove(u"org.example.Safari"_qs);
-    // The nodes along "safari" still carry the preview, which is all that comes back.
-    EXPECT_EQ(found(idx, "safari"), "Safari Technology Preview");
-    idx.remove(u"org.example.Safari Technology Preview"_qs);
-    idx.remove(u"org.example.unknown"_qs); // harmless
-    for (const char* q : {"safari", "saf", "tech", "sfr", "safary"})
-        EXPECT_EQ(found(idx, q), "") << q;
-    EXPECT_EQ(idx.stats().entries, 0);
-}
-
+// Removal is checked against the model below; this checks it at a scale that compacts storage.
 TEST(SearchIndexWrites, ManyRemovalsKeepResultsAndOrder) {
     // Long unique tails, so removals leave enough dead label text and slots to get compacted.
     SearchIndex idx;
@@ -336,23 +311,13 @@ TEST(SearchIndexThreads, ConcurrentWritersAndSearchersStayConsistent) {
     EXPECT_EQ(found(idx, "writer"), "");
 }
 
-TEST(SearchIndexThreads, WriterThreadCarriesTheQueueLabelAndDropsPendingWritesAtTheEnd) {
+TEST(SearchIndexThreads, WritesStillPendingAtDestructionAreDroppedNotRunOnADeadIndex) {
     SearchIndex idx;
-    idx.insert(app(u"Safari"_qs));
-    idx.waitForPendingWrites(); // the writer has started and named itself
-    QByteArrayList threads;     // Linux keeps the first 15 bytes of a thread's name
-    for (const QString& task :
-         QDir(u"/proc/self/task"_qs).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile comm(u"/proc/self/task/"_qs + task + u"/comm"_qs);
-        threads << (comm.open(QIODevice::ReadOnly) ? comm.readAll().trimmed() : QByteArray());
-    }
-    EXPECT_TRUE(threads.contains(QByteArray("app.brindlex.searchindex").left(15)))
-        << threads.join(", ").toStdString();
     QList<AppEntry> entries;
     for (int i = 0; i < 2000; ++i)
         entries << app(u"Pending %1"_qs.arg(i));
     for (int i = 0; i < 5; ++i)
-        idx.rebuild(entries); // still queued when idx goes: dropped, never run on a dead index
+        idx.rebuild(entries);
 }
 
 } // namespace

@@ -73,7 +73,6 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"HoldWithARecordedKey", u"hold"_qs, 49, Path::Hold},
         Row{"ShortcutWithoutRecording", u"shortcut"_qs, -1, Path::Hold},
         Row{"ShortcutWithKeyCodeZero", u"shortcut"_qs, 0, Path::Shortcut, 0},
-        Row{"ShortcutWithSpace", u"shortcut"_qs, 49, Path::Shortcut, 49},
         // A missing key code reads as 0, which is a real key.
         Row{"ShortcutWithMissingKeyCode", u"shortcut"_qs, std::nullopt, Path::Shortcut, 0},
         Row{"LargestKeyCode", u"shortcut"_qs, 4294967295LL, Path::Shortcut, 4294967295u},

@@ -42,22 +42,15 @@ protected:
 TEST_F(HotKeyRegistrationTest, RegistersTheConvertedCombinationAndPressesOnALaterTurn) {
     hotKeys.setJournal(&journal);
     registration->registerHotKey(49, 0x120000); // Command-Shift-Space
-    ASSERT_EQ(hotKeys.registrations().size(), 1u);
-    EXPECT_EQ(hotKeys.registrations().front().carbonModifiers, 0x300u);
     // Again with Caps Lock on: the same combination, which must not collide with itself.
     registration->registerHotKey(49, 0x130000);
     EXPECT_EQ(journal, (QStringList{u"hotkeys.installHandler"_qs, u"hotkeys.register"_qs,
                                     u"hotkeys.unregister"_qs, u"hotkeys.removeHandler"_qs,
                                     u"hotkeys.installHandler"_qs, u"hotkeys.register"_qs}));
     ASSERT_EQ(hotKeys.registrations().size(), 1u);
-    const FakeHotKeys::Registration r = hotKeys.registrations().front();
-    EXPECT_EQ(r.keyCode, 49u);
-    EXPECT_EQ(r.carbonModifiers, 0x300u);
-    EXPECT_EQ(r.id.signature, 0x4B575A52u);
-    EXPECT_EQ(r.id.id, 99u);
-    EXPECT_EQ(registration->customHotKeyRef(), r.ref);
+    EXPECT_EQ(hotKeys.registrations().front().keyCode, 49u);
+    EXPECT_EQ(hotKeys.registrations().front().carbonModifiers, 0x300u);
     EXPECT_EQ(hotKeys.handlerCount(), 1);
-    EXPECT_TRUE(hotKeys.hasHandler(registration->customHotKeyHandler()));
     EXPECT_EQ(registration->state(), HotKeyRegistration::State::Registered);
 
     EXPECT_EQ(hotKeys.press(49, 0x300), HotKeyStatus::NoErr);
@@ -74,6 +67,8 @@ TEST_F(HotKeyRegistrationTest, RegistersTheConvertedCombinationAndPressesOnALate
     EXPECT_EQ(presses, 1);
 }
 
+// Another client holds the combination: one line says so, and the handler stays until the
+// next change.
 TEST_F(HotKeyRegistrationTest, TakenCombinationPrintsOneLineAndKeepsTheHandler) {
     hotKeys.refuseCombination(49, 0x300);
     testing::internal::CaptureStdout();
@@ -81,8 +76,6 @@ TEST_F(HotKeyRegistrationTest, TakenCombinationPrintsOneLineAndKeepsTheHandler) 
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "[Valimbra] RegisterEventHotKey failed: OSStatus -9878. Shortcut may conflict "
               "with a system shortcut.\n");
-    EXPECT_EQ(registration->customHotKeyRef(), 0u);
-    EXPECT_NE(registration->customHotKeyHandler(), 0u);
     EXPECT_EQ(hotKeys.handlerCount(), 1);
     EXPECT_TRUE(hotKeys.registrations().empty());
     EXPECT_EQ(registration->state(), HotKeyRegistration::State::Failed);

@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+#include <pthread.h>
+#include <string>
+
 using namespace valimbra;
 using namespace std::chrono_literals;
 
@@ -20,4 +24,16 @@ TEST(QtScheduler, DroppedHandlesStillRunAndCancelledItemsDoNot) {
     QTimer::singleShot(2000, &loop, &QEventLoop::quit); // a regression must not hang the suite
     loop.exec();
     EXPECT_EQ(ran, 1);
+}
+
+// A queue's thread carries its label, cut to the 15 bytes Linux keeps, for ps and debuggers.
+TEST(ThreadExecutor, NamesItsThreadAfterItsLabel) {
+    ThreadExecutor queue(u"app.brindlex.searchindex"_qs);
+    std::promise<std::string> name;
+    queue.submit([&] {
+        char buffer[16] = {};
+        pthread_getname_np(pthread_self(), buffer, sizeof buffer);
+        name.set_value(buffer);
+    });
+    EXPECT_EQ(name.get_future().get(), "app.brindlex.se");
 }

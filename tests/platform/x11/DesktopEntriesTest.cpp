@@ -67,7 +67,7 @@ ProcessIdentity who(QString appId, QString launched, QString instance, QString c
     return {appId, launched, instance, cls, exes};
 }
 
-TEST_F(DesktopEntriesTest, MatchesInOrderOfTrust) {
+TEST_F(DesktopEntriesTest, MatchesInOrderOfTrustElseTheWindowClassNamesTheApp) {
     const std::pair<ProcessIdentity, const char*> cases[] = {
         {who("org.example.Editor", {}, "gimp", "Gimp"), "org.example.Editor"}, // application ID
         {who("org.example.Editor.desktop", {}, {}, {}), "org.example.Editor"}, // KDE's form
@@ -79,23 +79,16 @@ TEST_F(DesktopEntriesTest, MatchesInOrderOfTrust) {
         {who({}, {}, "gimp-2.10", "GIMP"), "Gimp"},                 // file name, ignoring case
         {who({}, {}, "vendor-tool", "Vendor-tool"), "vendor-tool"}, // file name with dashes
         {who({}, {}, "cv", "Cv", {"cat"}), "catview"},              // program, visible entry first
-        {who({}, {}, "xclock", "XClock", {"xclock"}), "<none>"},
+        {who({}, {}, "xclock", "XClock", {"xclock"}), "wmclass.xclock"},
+        {who({}, {}, "only-instance", {}), "wmclass.only-instance"},
+        {who({}, {}, {}, {}), ""},
         // A Python program with its own class is not "Python".
-        {who({}, {}, "sampler", "Sampler", {"python3.11", "sampler.py"}), "<none>"},
+        {who({}, {}, "sampler", "Sampler", {"python3.11", "sampler.py"}), "wmclass.sampler"},
     };
-    for (const auto& [identity, expected] : cases) {
-        const auto e = index->match(identity);
-        EXPECT_EQ(e ? e->id : u"<none>"_qs, QString::fromUtf8(expected)) << expected;
-    }
-}
-
-TEST_F(DesktopEntriesTest, BundleIdentifierFallsBackToTheWindowClass) {
-    EXPECT_EQ(bundleIdentifierFor(std::nullopt, who({}, {}, "xclock", "XClock")),
-              u"wmclass.xclock"_qs);
-    EXPECT_EQ(bundleIdentifierFor(std::nullopt, who({}, {}, "only-instance", {})),
-              u"wmclass.only-instance"_qs);
-    EXPECT_EQ(bundleIdentifierFor(std::nullopt, who({}, {}, {}, {})), QString());
-    EXPECT_EQ(bundleIdentifierFor(index->byId(u"Gimp"_qs), who({}, {}, {}, "X")), u"Gimp"_qs);
+    for (const auto& [identity, expected] : cases)
+        EXPECT_EQ(bundleIdentifierFor(index->match(identity), identity),
+                  QString::fromUtf8(expected))
+            << expected;
 }
 
 TEST_F(DesktopEntriesTest, NewFilesAreFoundWithoutRestart) {

@@ -33,22 +33,17 @@ const std::pair<quint32, int> kKeys[] = {
 };
 // clang-format on
 
-TEST(KeyCodes, RecorderKeysTranslateBothWaysByPosition) {
+TEST(KeyCodes, KeysTranslateBothWaysByPositionAndUnknownCodesMapToNothing) {
     for (const auto& [evdev, virtualKey] : kKeys) {
         EXPECT_EQ(virtualFromX(evdev + EvdevOffset), virtualKey) << "evdev " << evdev;
         EXPECT_EQ(xFromVirtual(virtualKey), evdev + EvdevOffset) << "virtual " << virtualKey;
     }
-}
-
-TEST(KeyCodes, EveryMappedVirtualKeyRoundTripsAndUnknownCodesMapToNothing) {
-    int mapped = 0;
+    // Keys beyond the recorder's table round-trip as well.
     for (int v = 0; v < 128; ++v) {
         if (auto x = xFromVirtual(v)) {
-            ++mapped;
             EXPECT_EQ(virtualFromX(*x), v) << "virtual key " << v;
         }
     }
-    EXPECT_GE(mapped, 100);
     // Below the evdev offset, no key at evdev 84, out of range.
     for (quint32 x : {0u, 7u, 84u + 8, 256u, 0xffffffffu})
         EXPECT_FALSE(virtualFromX(x)) << x;
