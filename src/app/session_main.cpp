@@ -12,10 +12,12 @@
 #include "platform/Workspace.h"
 #include "platform/x11/X11Backend.h"
 #include "platform/x11/X11Workspace.h"
+#include "platform/x11/XdgAutostart.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QEventLoop>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
@@ -28,6 +30,7 @@
 
 Q_IMPORT_QML_PLUGIN(Valimbra_OverlayPlugin)
 Q_IMPORT_QML_PLUGIN(Valimbra_CorePlugin)
+Q_IMPORT_QML_PLUGIN(Valimbra_SettingsPlugin)
 
 namespace {
 
@@ -174,6 +177,11 @@ int main(int argc, char** argv) {
     platform.effects = &backend->effects();
     platform.scheduler = &scheduler;
     platform.settings = &settings;
+    // Login starts the command beside this program (the build being run, or the installed one).
+    const QString command = QCoreApplication::applicationDirPath() + u"/valimbra"_qs;
+    valimbra::x11::XdgAutostart loginItem(
+        u"valimbra"_qs, QFileInfo(command).isExecutable() ? command : u"valimbra"_qs);
+    platform.loginItem = &loginItem;
     platform.makeExecutor = [](const QString& label) -> std::unique_ptr<valimbra::SerialExecutor> {
         return std::make_unique<valimbra::ThreadExecutor>(label);
     };

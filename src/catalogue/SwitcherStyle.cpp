@@ -66,6 +66,20 @@ QString description(SwitcherStyle style) {
     return {};
 }
 
+QString label(SwitcherStyle style) {
+    switch (style) {
+    case SwitcherStyle::spatialTile:
+        return u"Default"_qs;
+    case SwitcherStyle::glassOrb:
+        return u"Compact"_qs;
+    case SwitcherStyle::list:
+        return u"List"_qs;
+    case SwitcherStyle::grid:
+        return u"Grid"_qs;
+    }
+    return {};
+}
+
 QString label(AnimationStyle animation, SwitcherStyle style) {
     const bool ring = isRingStyle(style);
     if (animation == AnimationStyle::bloom)

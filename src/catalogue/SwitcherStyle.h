@@ -35,6 +35,8 @@ bool isRingStyle(SwitcherStyle style);
 AnimationStyle effectiveAnimationStyle(SwitcherStyle style, const std::optional<QString>& stored);
 
 QString description(SwitcherStyle style);
+// The style's name in the settings: "Default", "Compact", "List", "Grid".
+QString label(SwitcherStyle style);
 // "Bloom"/"Iris" for the ring styles, "Wave"/"Pop" for the grid and list.
 QString label(AnimationStyle animation, SwitcherStyle style);
 

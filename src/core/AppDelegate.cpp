@@ -33,11 +33,29 @@ AppDelegate::~AppDelegate() {
     for (const auto& c : std::as_const(m_cancellables))
         disconnect(c);
     m_statusItem.reset();
+    m_settingsWindow.reset();
     m_overlay.reset();
     m_engine.reset();
 }
 
 void AppDelegate::start() {
+    SettingsServices services;
+    services.settings = m_platform.settings;
+    services.scheduler = m_platform.scheduler;
+    services.workspace = m_platform.workspace;
+    services.input = m_platform.input;
+    services.loginItem = m_platform.loginItem;
+    services.effects = m_platform.effects;
+    services.pinned = &m_engine->pinnedApps();
+    services.ignored = &m_engine->ignoreList();
+    services.running = &m_engine->runningApps();
+    services.applyHoldModifier = [this](HoldModifier m) { m_engine->holdMonitor().setModifier(m); };
+    services.refreshApps = [this] { m_engine->refresh(); };
+    services.version = QCoreApplication::applicationVersion();
+    m_settingsWindow = std::make_unique<SettingsWindowController>(services);
+    // The router's handler: the pane is stored; showing the window consumes it.
+    m_router.handler = [this](const QString&) { m_settingsWindow->show(); };
+
     if (m_options.trayIcon)
         createStatusItem();
 
@@ -124,6 +142,8 @@ void AppDelegate::createStatusItem() {
     m_statusMenu = std::make_unique<QMenu>();
     QAction* open = m_statusMenu->addAction(u"Open Switcher"_qs);
     connect(open, &QAction::triggered, this, [this] { handleRequest(u"toggle"_qs); });
+    QAction* settings = m_statusMenu->addAction(u"Settings…"_qs);
+    connect(settings, &QAction::triggered, this, [this] { m_settingsWindow->show(); });
     m_statusMenu->addSeparator();
     QAction* quit = m_statusMenu->addAction(u"Quit Valimbra"_qs);
     connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit);
@@ -131,7 +151,7 @@ void AppDelegate::createStatusItem() {
     connect(m_statusItem.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Trigger)
-                    handleRequest(u"toggle"_qs);
+                    m_settingsWindow->toggle();
             });
     m_statusItem->show();
 }
@@ -151,8 +171,10 @@ bool AppDelegate::handleRequest(const QString& request) {
         m_platform.scheduler->post(this, [] { QCoreApplication::quit(); });
         return true;
     }
-    if (request == u"activate")
+    if (request == u"activate") { // a second start with nothing to ask: the settings open
+        m_settingsWindow->show();
         return true;
+    }
     if (request.startsWith(u"settings")) {
         const QString pane = request.mid(8).trimmed();
         m_router.openPane(pane.isEmpty() ? u"General"_qs : pane);

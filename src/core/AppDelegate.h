@@ -5,6 +5,7 @@
 #include "core/ValimbraRouter.h"
 #include "overlay/OverlayWindowController.h"
 #include "platform/Platform.h"
+#include "settings/SettingsWindowController.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -36,6 +37,7 @@ public:
     AppSwitcherEngine& engine() const { return *m_engine; }
     OverlayWindowController& overlayController() const { return *m_overlay; }
     ValimbraRouter& router() { return m_router; }
+    SettingsWindowController& settingsWindow() const { return *m_settingsWindow; }
 
 private:
     void createStatusItem();
@@ -46,6 +48,7 @@ private:
     Options m_options;
     std::unique_ptr<AppSwitcherEngine> m_engine;
     std::unique_ptr<OverlayWindowController> m_overlay;
+    std::unique_ptr<SettingsWindowController> m_settingsWindow;
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
     std::unique_ptr<QMenu> m_statusMenu;
     ValimbraRouter m_router;

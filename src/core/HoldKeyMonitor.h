@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/HoldModifier.h"
+#include "catalogue/HoldModifier.h"
 #include "platform/InputMonitor.h"
 #include "platform/Scheduler.h"
 

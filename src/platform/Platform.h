@@ -2,6 +2,7 @@
 
 #include "HotKeys.h"
 #include "InputMonitor.h"
+#include "LoginItem.h"
 #include "Scheduler.h"
 #include "Screens.h"
 #include "SettingsStore.h"
@@ -23,6 +24,7 @@ struct Platform {
     Scheduler* scheduler = nullptr;
     SettingsStore* settings = nullptr;
     WindowEffects* effects = nullptr;
+    LoginItem* loginItem = nullptr;
     // Makes the serial background queue with the given label ("app.brindlex.monitor", ...).
     std::function<std::unique_ptr<SerialExecutor>(const QString& label)> makeExecutor;
 };

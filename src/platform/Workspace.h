@@ -26,6 +26,15 @@ struct RunningApp {
     std::optional<QUrl> appURL; // file:// URL of the .desktop file
 };
 
+// An application the desktop's menus offer (a desktop entry): what a chooser lists and what a
+// favourite stores. `name` is the entry's Name as menus show it.
+struct InstalledApplication {
+    QString bundleID;
+    QString name;
+    QUrl appURL;
+    bool operator==(const InstalledApplication&) const = default;
+};
+
 // The desktop's running applications and the operations on them. Signals are emitted on the
 // main thread. Implementations: platform/x11 (EWMH + GIO), platform/fake (tests, demo).
 class Workspace : public QObject {
@@ -55,6 +64,10 @@ public:
     virtual std::optional<QUrl> urlForApplication(const QString& bundleID) const = 0;
     // The generic application icon.
     virtual QImage genericApplicationIcon() const = 0;
+    // The applications the desktop's menus list (hidden entries left out), in no set order.
+    virtual QList<InstalledApplication> installedApplications() const = 0;
+    // The application a desktop file anywhere describes, or nothing when it describes none.
+    virtual std::optional<InstalledApplication> applicationAt(const QUrl& file) const = 0;
 
 Q_SIGNALS:
     void applicationLaunched(const valimbra::RunningApp& app);

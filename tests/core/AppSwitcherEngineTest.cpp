@@ -261,6 +261,35 @@ TEST_F(Engine, WiggleModeListsFavouritesOnlyAndOnlyTheMiddleButtonClosesIt) {
     EXPECT_FALSE(engine->isVisible());
 }
 
+// Escape or a click outside while rearranging closes and leaves wiggle mode, so the next hold
+// opens at once; and a commit survives a listener that rebuilds the list as the overlay closes
+// (the entry being committed must not be a reference into that list).
+TEST_F(Engine, ClosingEndsRearrangingAndACommitSurvivesTheListRebuiltOnClose) {
+    start();
+    threeApps();
+    pin(u"firefox-esr"_qs, u"Firefox ESR"_qs);
+    holdControl();
+    engine->enterWiggleMode();
+    engine->closeRequest();
+    settle();
+    EXPECT_FALSE(engine->isVisible());
+    EXPECT_FALSE(engine->isWiggleMode());
+    holdControl();
+    ASSERT_TRUE(engine->isVisible()) << "the next hold opens at once";
+
+    QObject::connect(engine.get(), &SwitcherModel::isVisibleChanged, engine.get(), [this] {
+        if (!engine->isVisible())
+            engine->refresh();
+    });
+    engine->moveHighlight(+1);
+    engine->moveHighlight(+1);
+    const qint32 chosen = engine->displayedApps().at(*engine->highlightIndex()).id;
+    engine->commitHighlighted();
+    wait(30ms);
+    ASSERT_EQ(fake.workspace.activateCalls().size(), 1);
+    EXPECT_EQ(fake.workspace.activateCalls()[0].pid, chosen);
+}
+
 TEST_F(Engine, FavouritesKeepTheirOrderAcrossRestartsOrSortAlphabeticallyIgnoringCase) {
     start();
     pin(u"org.gnome.Nautilus"_qs, u"files"_qs);

@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 #include "platform/fake/FakeHotKeys.h"
 #include "platform/fake/FakeInputMonitor.h"
+#include "platform/fake/FakeLoginItem.h"
 #include "platform/fake/FakeScheduler.h"
 #include "platform/fake/FakeScreens.h"
 #include "platform/fake/FakeWindowEffects.h"
@@ -25,6 +26,7 @@ struct FakePlatform {
     FakeHotKeys hotKeys;
     FakeScreens screens;
     FakeWindowEffects effects;
+    FakeLoginItem loginItem;
 
     FakePlatform() { workspace.setReportScheduler(&scheduler); }
 
@@ -37,6 +39,7 @@ struct FakePlatform {
         p.scheduler = &scheduler;
         p.settings = &settings;
         p.effects = &effects;
+        p.loginItem = &loginItem;
         p.makeExecutor = [this](const QString&) -> std::unique_ptr<SerialExecutor> {
             return std::make_unique<SchedulerExecutor>(scheduler);
         };

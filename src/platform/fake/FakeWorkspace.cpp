@@ -323,4 +323,20 @@ QImage FakeWorkspace::genericApplicationIcon() const {
     return m_genericIcon;
 }
 
+QList<InstalledApplication> FakeWorkspace::installedApplications() const {
+    QMutexLocker lock(&m_mutex);
+    QList<InstalledApplication> apps;
+    for (const InstalledApp& app : m_installed)
+        apps.append({app.bundleID, app.name, app.appURL});
+    return apps;
+}
+
+std::optional<InstalledApplication> FakeWorkspace::applicationAt(const QUrl& file) const {
+    QMutexLocker lock(&m_mutex);
+    for (const InstalledApp& app : m_installed)
+        if (app.appURL == file)
+            return InstalledApplication{app.bundleID, app.name, app.appURL};
+    return std::nullopt;
+}
+
 } // namespace valimbra

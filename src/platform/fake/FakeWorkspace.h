@@ -104,6 +104,8 @@ public:
     QImage iconForFile(const QString& path) const override;
     std::optional<QUrl> urlForApplication(const QString& bundleID) const override;
     QImage genericApplicationIcon() const override;
+    QList<InstalledApplication> installedApplications() const override;
+    std::optional<InstalledApplication> applicationAt(const QUrl& file) const override;
 
 private:
     static RunningApp incomplete(const RunningApp& app);

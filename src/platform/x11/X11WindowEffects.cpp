@@ -42,4 +42,12 @@ void X11WindowEffects::setBlurBehind(QWindow& window, const QRegion& region) {
     xcb_flush(c);
 }
 
+void X11WindowEffects::bringToFront(QWindow& window) {
+    // Source 2 (a pager, acting for the user): honoured even where an application's own request
+    // would only mark the window as wanting attention.
+    m_x.sendRootMessage(xcb_window_t(window.winId()), m_x.atom(Atom::NetActiveWindow),
+                        {2, XCB_CURRENT_TIME, 0, 0, 0});
+    xcb_flush(m_x.xcb());
+}
+
 } // namespace valimbra::x11

@@ -13,6 +13,7 @@ public:
     explicit X11WindowEffects(X11Connection& x);
     bool compositingActive() const override;
     void setBlurBehind(QWindow& window, const QRegion& region) override;
+    void bringToFront(QWindow& window) override;
 
 private:
     X11Connection& m_x;

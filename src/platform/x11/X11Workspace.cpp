@@ -731,4 +731,21 @@ QImage X11Workspace::genericApplicationIcon() const {
     return d->icons.generic();
 }
 
+QList<InstalledApplication> X11Workspace::installedApplications() const {
+    QList<InstalledApplication> apps;
+    for (const DesktopEntry& e : d->index.entries())
+        if (e.visible && !e.name.isEmpty())
+            apps.append({e.id, e.name, QUrl::fromLocalFile(e.path)});
+    return apps;
+}
+
+std::optional<InstalledApplication> X11Workspace::applicationAt(const QUrl& file) const {
+    if (!file.isLocalFile())
+        return std::nullopt;
+    const auto entry = d->index.byPath(file.toLocalFile());
+    if (!entry || entry->id.isEmpty() || entry->name.isEmpty())
+        return std::nullopt;
+    return InstalledApplication{entry->id, entry->name, QUrl::fromLocalFile(entry->path)};
+}
+
 } // namespace valimbra::x11

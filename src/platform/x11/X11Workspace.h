@@ -30,6 +30,8 @@ public:
     QImage iconForFile(const QString& path) const override;
     std::optional<QUrl> urlForApplication(const QString& bundleID) const override;
     QImage genericApplicationIcon() const override;
+    QList<InstalledApplication> installedApplications() const override;
+    std::optional<InstalledApplication> applicationAt(const QUrl& file) const override;
 
     // The running applications' process ids ordered by their topmost window in the window
     // manager's stacking order, topmost first.

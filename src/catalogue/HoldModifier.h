@@ -29,8 +29,6 @@ QString holdModifierRawValue(HoldModifier modifier);
 std::optional<HoldModifier> holdModifierFromRaw(QStringView raw);
 // The ModifierFlag bit the key sets (option 0x80000, control 0x40000, command 0x100000).
 quint64 holdModifierFlag(HoldModifier modifier);
-// What the user sees, e.g. "⌃ Control".
-QString holdModifierLabel(HoldModifier modifier);
 
 // Hashes the raw string, so the hash does not depend on the enumerator order.
 size_t qHash(HoldModifier modifier, size_t seed = 0) noexcept;

@@ -37,18 +37,6 @@ quint64 holdModifierFlag(HoldModifier modifier) {
     Q_UNREACHABLE();
 }
 
-QString holdModifierLabel(HoldModifier modifier) {
-    switch (modifier) {
-    case HoldModifier::option:
-        return u"⌥ Option"_qs;
-    case HoldModifier::control:
-        return u"⌃ Control"_qs;
-    case HoldModifier::command:
-        return u"⌘ Command"_qs;
-    }
-    Q_UNREACHABLE();
-}
-
 size_t qHash(HoldModifier modifier, size_t seed) noexcept {
     return ::qHash(holdModifierRawValue(modifier), seed);
 }
