@@ -28,8 +28,13 @@ QImage AppIconProvider::requestImage(const QString& id, QSize* size, const QSize
         if (image.isNull())
             image = m_previous.value(key);
     }
-    if (image.isNull())
-        return image;
+    if (image.isNull()) {
+        // Not decoded yet (a favourite's icon loads off the main thread): a clear square for
+        // now rather than a warning; the list's next update brings the icon.
+        image = QImage(requestedSize.isValid() ? requestedSize : QSize(1, 1),
+                       QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+    }
     if (requestedSize.isValid() && requestedSize != image.size())
         image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     if (size)

@@ -99,6 +99,7 @@ TEST_F(SettingsTest, OpensFromTheTrayAndAtTheRequestedPaneAndTheHoldKeyAppliesAt
     pointer(icon->x + icon->width / 2, icon->y + icon->height / 2);
     ASSERT_TRUE(xdotool({u"click"_qs, u"1"_qs}));
     ASSERT_TRUE(showing(u"Trigger via"_qs)) << "the tray icon's click opens the General pane";
+    QThread::msleep(700); // not a double click
     ASSERT_TRUE(xdotool({u"click"_qs, u"1"_qs}));
     ASSERT_TRUE(atspi({u"gone"_qs, u"Trigger via"_qs})) << "and the next one hides it";
 
@@ -107,7 +108,8 @@ TEST_F(SettingsTest, OpensFromTheTrayAndAtTheRequestedPaneAndTheHoldKeyAppliesAt
                 showing(u"Hidden from the switcher permanently"_qs));
     s->screenshot(u"settings-ignored"_qs);
     ASSERT_TRUE(press(u"General"_qs));
-    ASSERT_TRUE(showing(u"Hold Ctrl to open Switcher view"_qs));
+    ASSERT_TRUE(showing(u"Hold Ctrl to open Switcher view"_qs))
+        << atspi({u"tree"_qs}).value_or(QString()).toStdString();
     ASSERT_TRUE(press(u"Super"_qs));
     EXPECT_TRUE(showing(u"Hold Super to open Switcher view"_qs));
     EXPECT_EQ(setting(u"valimbra.holdModifier"_qs), u"command"_qs);
@@ -156,9 +158,12 @@ TEST_F(SettingsTest, ChosenFavouritesAndIgnoredAppsShowInTheNextOpening) {
     s->screenshot(u"settings-favourites"_qs);
 
     ASSERT_TRUE(press(u"Ignored"_qs));
+    ASSERT_TRUE(showing(u"Ignored Apps"_qs)); // the pane has faded in
+    QThread::msleep(300);
     ASSERT_TRUE(press(u"Add App"_qs));
     ASSERT_TRUE(press(u"XTerm"_qs, u"check box"_qs));
     ASSERT_TRUE(press(u"Add"_qs, u"push button"_qs));
+    s->screenshot(u"settings-ignored-added"_qs);
     EXPECT_TRUE(showing(u"Remove XTerm"_qs));
 
     ASSERT_TRUE(toggle());

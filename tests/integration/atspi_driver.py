@@ -96,7 +96,10 @@ def main():
         if action.nActions < 1:
             print('%r has no action' % name, file=sys.stderr)
             return 1
-        return 0 if action.doAction(0) else 1
+        # What a click does, not "SetFocus", which Qt may list first.
+        names = [action.getName(i).lower() for i in range(action.nActions)]
+        wanted = [i for i, n in enumerate(names) if n in ('press', 'click', 'toggle', 'activate')]
+        return 0 if action.doAction(wanted[0] if wanted else 0) else 1
     if command == 'state':
         states = obj.getState()
         for label, state in (('checked', pyatspi.STATE_CHECKED),

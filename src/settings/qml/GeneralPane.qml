@@ -99,6 +99,8 @@ SettingsPaneContainer {
         Text {
             width: parent.width
             text: pane.general.hintText
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
             font.pixelSize: 11
             color: pane.colors.secondaryText
             wrapMode: Text.WordWrap
