@@ -5,6 +5,7 @@
 #include "overlay/ShadowImageProvider.h"
 #include "platform/Appearance.h"
 
+#include <QGuiApplication>
 #include <QPainterPath>
 #include <QQmlContext>
 #include <QQmlEngine>
@@ -242,7 +243,11 @@ void OverlayWindowController::finishHide(std::optional<RunningApp> previous) {
     park();
     Workspace& workspace = *m_platform.workspace;
     const auto front = workspace.frontmostApplication();
-    if (previous && front && front->pid == workspace.ownProcessId())
+    // Hand the focus back only when the panel took it: another window of ours that the user
+    // opened meanwhile (the settings) keeps it.
+    const QWindow* focused = QGuiApplication::focusWindow();
+    const bool anotherOfOurs = focused && focused != m_view.get();
+    if (previous && front && front->pid == workspace.ownProcessId() && !anotherOfOurs)
         workspace.activate(previous->pid, true);
 }
 

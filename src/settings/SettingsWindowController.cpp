@@ -108,8 +108,23 @@ void SettingsWindowController::show() {
         createWindow();
     m_navigation->consumeRequest();
     m_general->refreshLaunchAtLogin();
+    const bool wasVisible = m_view->isVisible();
     m_view->show();
     m_view->raise();
+    if (wasVisible) {
+        bringToFront();
+        return;
+    }
+    // A request for a window the window manager has not taken on yet is lost: ask once it
+    // has drawn its first frame.
+    auto once = std::make_shared<QMetaObject::Connection>();
+    *once = connect(m_view.get(), &QQuickWindow::frameSwapped, this, [this, once] {
+        disconnect(*once);
+        bringToFront();
+    });
+}
+
+void SettingsWindowController::bringToFront() {
     if (m_services.effects)
         m_services.effects->bringToFront(*m_view);
     else

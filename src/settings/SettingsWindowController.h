@@ -56,6 +56,7 @@ protected:
 
 private:
     void createWindow();
+    void bringToFront();
 
     SettingsServices m_services;
     std::unique_ptr<SettingsNavigation> m_navigation;
