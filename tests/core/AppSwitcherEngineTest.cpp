@@ -3,6 +3,7 @@
 #include "catalogue/PinnedAppsManager.h"
 #include "core/ReviewTracker.h"
 #include "platform/fake/FakePlatform.h"
+#include "support/SampleApps.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -19,20 +20,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QUrl desktopFile(const QString& id) {
-    return QUrl(u"file:///usr/share/applications/%1.desktop"_qs.arg(id));
-}
-
 // A desktop with the engine running on it. Helpers speak in the user's terms.
 class Engine : public ::testing::Test {
 protected:
-    void SetUp() override {
-        for (const auto& [id, name] : {std::pair{u"debian-xterm"_qs, u"XTerm"_qs},
-                                       {u"org.gnome.Nautilus"_qs, u"Files"_qs},
-                                       {u"firefox-esr"_qs, u"Firefox ESR"_qs},
-                                       {u"org.gnome.Calculator"_qs, u"Calculator"_qs}})
-            fake.workspace.install({id, name, desktopFile(id), FakeWorkspace::makeIcon(Qt::blue)});
-    }
+    void SetUp() override { installSampleApps(fake.workspace); }
 
     void start(bool ready = true) {
         engine = std::make_unique<AppSwitcherEngine>(fake.platform());

@@ -10,6 +10,7 @@
 #include "settings/GeneralPaneModel.h"
 #include "settings/SettingsNavigation.h"
 #include "settings/ShortcutRecorder.h"
+#include "support/SampleApps.h"
 
 #include <gtest/gtest.h>
 
@@ -20,18 +21,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QUrl desktopFile(const QString& id) {
-    return QUrl(u"file:///usr/share/applications/%1.desktop"_qs.arg(id));
-}
-
 class Settings : public ::testing::Test {
 protected:
     void SetUp() override {
-        for (const auto& [id, name] : {std::pair{u"debian-xterm"_qs, u"XTerm"_qs},
-                                       {u"org.gnome.Nautilus"_qs, u"Files"_qs},
-                                       {u"firefox-esr"_qs, u"Firefox ESR"_qs},
-                                       {u"org.gnome.Calculator"_qs, u"Calculator"_qs}})
-            fake.workspace.install({id, name, desktopFile(id), FakeWorkspace::makeIcon(Qt::blue)});
+        installSampleApps(fake.workspace);
         engine = std::make_unique<AppSwitcherEngine>(fake.platform());
         engine->setReady(true);
         services.settings = &fake.settings;
