@@ -31,6 +31,7 @@
 Q_IMPORT_QML_PLUGIN(Valimbra_OverlayPlugin)
 Q_IMPORT_QML_PLUGIN(Valimbra_CorePlugin)
 Q_IMPORT_QML_PLUGIN(Valimbra_SettingsPlugin)
+Q_IMPORT_QML_PLUGIN(Valimbra_OnboardingPlugin)
 
 namespace {
 
@@ -135,6 +136,7 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("Brindlex"));
     QApplication::setApplicationName(QStringLiteral("Valimbra"));
     QApplication::setApplicationDisplayName(QStringLiteral("Valimbra"));
+    QGuiApplication::setDesktopFileName(QStringLiteral(VALIMBRA_DESKTOP_ID));
     QApplication::setApplicationVersion(QStringLiteral(VALIMBRA_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
 
@@ -177,10 +179,15 @@ int main(int argc, char** argv) {
     platform.effects = &backend->effects();
     platform.scheduler = &scheduler;
     platform.settings = &settings;
-    // Login starts the command beside this program (the build being run, or the installed one).
-    const QString command = QCoreApplication::applicationDirPath() + u"/valimbra"_qs;
-    valimbra::x11::XdgAutostart loginItem(
-        u"valimbra"_qs, QFileInfo(command).isExecutable() ? command : u"valimbra"_qs);
+    // The autostart entry is named after the installed desktop entry. An installed Valimbra logs
+    // in through the command on PATH, as its menu entry does; a build being run logs in as that
+    // build, whose command sits beside this program.
+    const QString programDir = QCoreApplication::applicationDirPath();
+    const bool installed =
+        programDir == QFileInfo(QStringLiteral(VALIMBRA_LIBEXEC_DIR)).canonicalFilePath();
+    valimbra::x11::XdgAutostart loginItem(QStringLiteral(VALIMBRA_DESKTOP_ID),
+                                          installed ? u"valimbra"_qs
+                                                    : programDir + u"/valimbra"_qs);
     platform.loginItem = &loginItem;
     platform.makeExecutor = [](const QString& label) -> std::unique_ptr<valimbra::SerialExecutor> {
         return std::make_unique<valimbra::ThreadExecutor>(label);

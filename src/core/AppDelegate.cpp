@@ -32,6 +32,8 @@ AppDelegate::AppDelegate(const Platform& platform, Options options, QObject* par
 AppDelegate::~AppDelegate() {
     for (const auto& c : std::as_const(m_cancellables))
         disconnect(c);
+    m_hint.reset();
+    m_onboarding.reset();
     m_statusItem.reset();
     m_settingsWindow.reset();
     m_overlay.reset();
@@ -79,6 +81,15 @@ void AppDelegate::start() {
         }));
     if (!m_engine->displayedApps().isEmpty())
         prepareFirstShow();
+
+    // The first launch: the flag is written before the welcome shows; when the welcome goes,
+    // the hint points at the tray icon.
+    m_hint = std::make_unique<ValimbraMenuBarHintWindowController>(m_platform, [this] {
+        return m_statusItem && m_statusItem->isVisible() ? QRectF(m_statusItem->geometry())
+                                                         : QRectF();
+    });
+    m_onboarding = std::make_unique<ValimbraOnboardingWindowController>(m_platform);
+    m_onboarding->showIfFirstLaunch([this] { m_hint->show(); });
 
     if (m_options.trace) {
         auto wrap = [this](std::function<void()>& callback, const char* source) {

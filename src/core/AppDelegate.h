@@ -3,6 +3,8 @@
 #include "core/AppSwitcherEngine.h"
 #include "core/InstanceServer.h"
 #include "core/ValimbraRouter.h"
+#include "onboarding/ValimbraMenuBarHintWindowController.h"
+#include "onboarding/ValimbraOnboardingWindowController.h"
 #include "overlay/OverlayWindowController.h"
 #include "platform/Platform.h"
 #include "settings/SettingsWindowController.h"
@@ -18,7 +20,7 @@ class QSystemTrayIcon;
 namespace valimbra {
 
 // Where the program starts: the engine, the tray icon, the overlay panel, the subscriptions
-// between them, the router, and the requests of a second start.
+// between them, the router, the welcome on the first launch, and the requests of a second start.
 class AppDelegate final : public QObject {
     Q_OBJECT
 public:
@@ -38,6 +40,8 @@ public:
     OverlayWindowController& overlayController() const { return *m_overlay; }
     ValimbraRouter& router() { return m_router; }
     SettingsWindowController& settingsWindow() const { return *m_settingsWindow; }
+    ValimbraOnboardingWindowController& onboarding() const { return *m_onboarding; }
+    ValimbraMenuBarHintWindowController& hint() const { return *m_hint; }
 
 private:
     void createStatusItem();
@@ -49,6 +53,8 @@ private:
     std::unique_ptr<AppSwitcherEngine> m_engine;
     std::unique_ptr<OverlayWindowController> m_overlay;
     std::unique_ptr<SettingsWindowController> m_settingsWindow;
+    std::unique_ptr<ValimbraOnboardingWindowController> m_onboarding;
+    std::unique_ptr<ValimbraMenuBarHintWindowController> m_hint;
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
     std::unique_ptr<QMenu> m_statusMenu;
     ValimbraRouter m_router;

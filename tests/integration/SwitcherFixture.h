@@ -3,6 +3,8 @@
 // The real valimbra running on the test desktop, with the user's keyboard and pointer.
 #include "DesktopFixture.h"
 
+#include <QDir>
+#include <QFile>
 #include <QThread>
 
 namespace valimbra::testing {
@@ -17,12 +19,17 @@ class SwitcherTest : public DesktopTest {
 protected:
     virtual QStringList valimbraArguments() const { return {u"--no-tray"_qs}; }
     virtual void beforeStart() {}
+    // A profile that has seen the welcome, unless a test wants the very first launch.
+    virtual bool firstLaunch() const { return false; }
+    static constexpr char kSeenWelcome[] = "[General]\nvalimbra.hasSeenOnboarding=true\n";
 
     void SetUp() override {
         DesktopTest::SetUp();
         if (HasFatalFailure())
             return;
         pointer(640, 400);
+        if (!firstLaunch())
+            writeSettings(kSeenWelcome);
         beforeStart();
         valimbra = s->spawn(QStringList{kValimbra} + valimbraArguments());
         ASSERT_TRUE(waitReady()) << "valimbra did not become ready";
@@ -38,6 +45,12 @@ protected:
         DesktopTest::TearDown();
     }
 
+    void writeSettings(const QByteArray& text) {
+        QDir().mkpath(s->configHome() + u"/Brindlex"_qs);
+        QFile settings(s->configHome() + u"/Brindlex/Valimbra.conf"_qs);
+        ASSERT_TRUE(settings.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        settings.write(text);
+    }
     void pointer(int x, int y) {
         xdotool({u"mousemove"_qs, u"--sync"_qs, QString::number(x), QString::number(y)});
     }
@@ -60,25 +73,31 @@ protected:
             xdotool({u"search"_qs, u"--onlyvisible"_qs, u"--name"_qs, u"^Valimbra Switcher"_qs});
         if (!ids || ids->trimmed().isEmpty())
             return std::nullopt;
-        const auto shell =
-            xdotool({u"getwindowgeometry"_qs, u"--shell"_qs, ids->trimmed().split(u'\n').first()});
+        const auto g = geometry(ids->trimmed().split(u'\n').first());
+        if (!g)
+            return std::nullopt;
+        // Between openings the panel waits mapped, off every screen.
+        if (g->x + g->width <= 0 || g->y + g->height <= 0)
+            return std::nullopt;
+        return g;
+    }
+    // A window's frame on the screen, as xdotool reports it.
+    std::optional<Geometry> geometry(const QString& window) const {
+        const auto shell = xdotool({u"getwindowgeometry"_qs, u"--shell"_qs, window});
         if (!shell)
             return std::nullopt;
         Geometry g;
         for (const QString& line : shell->split(u'\n')) {
-            const QString value = line.section(u'=', 1);
+            const int value = line.section(u'=', 1).toInt();
             if (line.startsWith(u"X="))
-                g.x = value.toInt();
+                g.x = value;
             else if (line.startsWith(u"Y="))
-                g.y = value.toInt();
+                g.y = value;
             else if (line.startsWith(u"WIDTH="))
-                g.width = value.toInt();
+                g.width = value;
             else if (line.startsWith(u"HEIGHT="))
-                g.height = value.toInt();
+                g.height = value;
         }
-        // Between openings the panel waits mapped, off every screen.
-        if (g.x + g.width <= 0 || g.y + g.height <= 0)
-            return std::nullopt;
         return g;
     }
     bool waitOpen() {

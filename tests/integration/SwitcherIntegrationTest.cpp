@@ -57,11 +57,9 @@ TEST_F(SwitcherTest, ControlWithAltGrDoesNotOpen) {
 // still open it.
 TEST_F(SwitcherTest, TheRecordedShortcutOpensItEveryTime) {
     s->stop(valimbra);
-    QFile settings(s->configHome() + u"/Brindlex/Valimbra.conf"_qs);
-    ASSERT_TRUE(settings.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    settings.write("[General]\nvalimbra.invokeMode=shortcut\nvalimbra.recordedKeyCode=49\n"
-                   "valimbra.recordedModifiers=786432\n");
-    settings.close();
+    writeSettings(QByteArray(kSeenWelcome) +
+                  "valimbra.invokeMode=shortcut\nvalimbra.recordedKeyCode=49\n"
+                  "valimbra.recordedModifiers=786432\n");
     valimbra = s->spawn({kValimbra, u"--no-tray"_qs});
     ASSERT_TRUE(waitReady());
     for (int i = 0; i < 3; ++i) {

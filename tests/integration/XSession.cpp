@@ -208,8 +208,10 @@ XSession::XSession(Options options)
         if (m_options.tray)
             waitForSelection(
                 "_NET_SYSTEM_TRAY_S0",
-                spawn({QStringLiteral("trayer"), QStringLiteral("--edge"), QStringLiteral("bottom"),
-                       QStringLiteral("--align"), QStringLiteral("right"),
+                spawn({QStringLiteral("trayer"), QStringLiteral("--edge"),
+                       m_options.trayAtTop ? QStringLiteral("top") : QStringLiteral("bottom"),
+                       QStringLiteral("--align"),
+                       m_options.trayAtTop ? QStringLiteral("center") : QStringLiteral("right"),
                        QStringLiteral("--SetDockType"), QStringLiteral("true"),
                        QStringLiteral("--expand"), QStringLiteral("true"),
                        QStringLiteral("--widthtype"), QStringLiteral("request"),

@@ -25,6 +25,7 @@ public:
         bool windowManager = true;
         bool compositor = true;
         bool tray = true;
+        bool trayAtTop = false; // the tray along the top edge, centred, instead of bottom right
         // xfwm4 (focus-stealing prevention on) instead of openbox.
         bool xfwm4 = false;
     };

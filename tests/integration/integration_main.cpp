@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
     try {
         valimbra::testing::XSession::Options options;
         options.xfwm4 = qgetenv("VALIMBRA_TEST_WM") == "xfwm4";
+        options.trayAtTop = qgetenv("VALIMBRA_TEST_TRAY_EDGE") == "top";
         session = std::make_unique<valimbra::testing::XSession>(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "cannot start the X session: %s\n", e.what());

@@ -528,10 +528,12 @@ std::optional<RunningApp> X11Workspace::Private::describeLocked(qint32 pid) cons
 RunningApp X11Workspace::Private::ownApp() const {
     RunningApp app;
     app.pid = ownPid;
-    app.bundleID = QStringLiteral("valimbra");
+    // Known by the desktop id the program declares, so our windows resolve to the installed entry.
+    const QString id = QGuiApplication::desktopFileName();
+    app.bundleID = id.isEmpty() ? QStringLiteral("valimbra") : id;
     app.name = QGuiApplication::applicationDisplayName();
     app.activationPolicy = ActivationPolicy::Accessory;
-    if (auto e = index.byId(QStringLiteral("valimbra")))
+    if (auto e = index.byId(*app.bundleID))
         app.appURL = QUrl::fromLocalFile(e->path);
     return app;
 }

@@ -54,14 +54,15 @@ bool XdgAutostart::setEnabled(bool enabled) {
     QSaveFile file(path); // created with the user's umask, replaced atomically
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    const QString text = u"[Desktop Entry]\n"
-                         u"Type=Application\n"
-                         u"Name=Valimbra\n"
-                         u"Comment=Switch applications by holding a key\n"
-                         u"Exec=%1\n"
-                         u"Icon=valimbra\n"
-                         u"Terminal=false\n"
-                         u"X-GNOME-Autostart-enabled=true\n"_qs.arg(execValue(m_command));
+    const QString text =
+        u"[Desktop Entry]\n"
+        u"Type=Application\n"
+        u"Name=Valimbra\n"
+        u"Comment=Switch between applications from a ring around the pointer\n"
+        u"Exec=%1\n"
+        u"Icon=%2\n"
+        u"Terminal=false\n"
+        u"X-GNOME-Autostart-enabled=true\n"_qs.arg(execValue(m_command), m_entryName);
     file.write(text.toUtf8());
     return file.commit();
 }

@@ -10,7 +10,8 @@ namespace valimbra::x11 {
 // which every freedesktop session honours.
 class XdgAutostart final : public LoginItem {
 public:
-    // `command` is the program to start (an absolute path, or a name on PATH).
+    // `entryName` is the desktop id of the installed entry, which also names its icon; `command`
+    // is the program to start (an absolute path, or a name on PATH).
     XdgAutostart(QString entryName, QString command);
 
     bool isEnabled() const override;
