@@ -40,10 +40,14 @@ Item {
         onEditFavouritesRequested: view.controller.requestEditFavourites()
     }
 
+    // Room round the disc for the cards' shadows and the spring, where a compositor blends it;
+    // without one, anything outside the disc would show black, so the window is the disc alone.
+    readonly property real shapeMargin: colors && colors.translucent ? 112 : 0
     function updateShape() {
-        controller.setContentShape(2 * discRadius + 112, 2 * discRadius + 112, true)
+        controller.setContentShape(2 * discRadius + shapeMargin, 2 * discRadius + shapeMargin, true)
     }
     onDiscRadiusChanged: updateShape()
+    onShapeMarginChanged: updateShape()
     Component.onCompleted: updateShape()
 
     // 0 closed, 1 open: drives every card and the backing.
@@ -71,7 +75,7 @@ Item {
         // The backing is there from the first frame (the switcher answers at once); the cards
         // fan out on it. It fades only when closing.
         opacity: view.open ? 1 : view.bloom
-        scale: 0.94 + 0.06 * view.bloom
+        scale: view.colors.translucent ? 0.94 + 0.06 * view.bloom : 1
         Behavior on width { SpringAnimation { spring: 3.2; damping: 0.34; epsilon: 0.25 } }
     }
 

@@ -32,7 +32,12 @@ Item {
     readonly property real panelWidth: columns * cellWidth + 32
     readonly property real panelHeight: 60 + visibleRows * cellHeight + 20
 
-    function updateShape() { controller.setContentShape(panelWidth + 100, panelHeight + 112, false) }
+    // Room for the shadow where a compositor blends it; without one the window is the panel alone.
+    readonly property bool roomy: colors && colors.translucent
+    function updateShape() {
+        controller.setContentShape(panelWidth + (roomy ? 100 : 0), panelHeight + (roomy ? 112 : 0), false)
+    }
+    onRoomyChanged: updateShape()
     onPanelWidthChanged: updateShape()
     onPanelHeightChanged: updateShape()
     Component.onCompleted: updateShape()
@@ -64,7 +69,7 @@ Item {
         height: view.panelHeight
         // There from the first frame; the items move in. It fades only when closing.
         opacity: view.open ? 1 : view.entrance
-        scale: motion.wave ? 1 : 0.9 + 0.1 * view.entrance
+        scale: motion.wave || !view.colors.translucent ? 1 : 0.9 + 0.1 * view.entrance
 
         SoftShadow { target: backing; radius: 22; blur: 20; offsetY: 8; opacity: view.colors.shadowOpacity }
         Rectangle {

@@ -29,7 +29,12 @@ Item {
     readonly property real panelWidth: 440
     readonly property real panelHeight: 60 + Math.max(1, Math.min(10, count)) * rowHeight + 16
 
-    function updateShape() { controller.setContentShape(panelWidth + 100, panelHeight + 112, false) }
+    // Room for the shadow where a compositor blends it; without one the window is the panel alone.
+    readonly property bool roomy: colors && colors.translucent
+    function updateShape() {
+        controller.setContentShape(panelWidth + (roomy ? 100 : 0), panelHeight + (roomy ? 112 : 0), false)
+    }
+    onRoomyChanged: updateShape()
     onPanelHeightChanged: updateShape()
     Component.onCompleted: updateShape()
 
@@ -60,7 +65,7 @@ Item {
         height: view.panelHeight
         // There from the first frame; the items move in. It fades only when closing.
         opacity: view.open ? 1 : view.entrance
-        scale: motion.wave ? 1 : 0.92 + 0.08 * view.entrance
+        scale: motion.wave || !view.colors.translucent ? 1 : 0.92 + 0.08 * view.entrance
 
         SoftShadow { target: backing; radius: 18; blur: 20; offsetY: 8; opacity: view.colors.shadowOpacity }
         Rectangle {
