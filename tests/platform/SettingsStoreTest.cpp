@@ -1,4 +1,8 @@
+#include "catalogue/IgnoreListManager.h"
+#include "catalogue/PinnedAppsManager.h"
+#include "catalogue/RecencyStack.h"
 #include "platform/QSettingsStore.h"
+#include "platform/fake/FakeScheduler.h"
 #include "platform/fake/MemorySettingsStore.h"
 
 #include <QSignalSpy>
@@ -8,6 +12,7 @@
 
 #include <csignal>
 #include <memory>
+#include <random>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,13 +87,84 @@ INSTANTIATE_TEST_SUITE_P(Stores, SettingsStoreTest, ::testing::Values(Kind::Memo
                              return info.param == Kind::Memory ? "Memory" : "Ini";
                          });
 
-// A writer killed at an arbitrary point of a save must leave a readable file holding one whole
-// value: the previous one or the new one, never a torn mix.
-TEST(QSettingsStore, KillingTheWriterMidSaveNeverTearsTheFile) {
+// What a fresh reader finds after the writer was killed: the generation of the value it holds
+// (-1: none yet), or nothing when the value is torn or unreadable.
+std::optional<int> generationFound(const QString& kind, const QString& path) {
+    QSettingsStore store(path);
+    auto generationOf = [](const QString& id) { return id.section(u'.', 1, 1).toInt(); };
+    // A list of generation g holds 1 + g % 15 entries, all of generation g.
+    auto wholeList = [&](const QStringList& ids) -> std::optional<int> {
+        if (ids.isEmpty())
+            return -1;
+        const int g = generationOf(ids.first());
+        for (const QString& id : ids)
+            if (generationOf(id) != g)
+                return std::nullopt;
+        return ids.size() == 1 + g % 15 ? std::optional(g) : std::nullopt;
+    };
+    if (kind == u"blob") {
+        const auto blob = store.data(u"valimbra.blob"_qs);
+        if (!blob)
+            return -1;
+        if (blob->size() != 16 * 1024 || blob->count(blob->front()) != blob->size())
+            return std::nullopt;
+        return blob->front() - 'a';
+    }
+    if (kind == u"favourites" || kind == u"ignored") {
+        QStringList ids;
+        if (kind == u"favourites") {
+            if (store.contains(PinnedAppsManager::storageKey()) &&
+                PinnedAppsManager(store).pinnedApps().isEmpty())
+                return std::nullopt; // stored but undecodable
+            for (const PinnedApp& app : PinnedAppsManager(store).pinnedApps())
+                ids.append(app.bundleID);
+        } else {
+            if (store.contains(IgnoreListManager::storageKey()) &&
+                IgnoreListManager(store).ignoredApps().isEmpty())
+                return std::nullopt;
+            for (const IgnoredApp& app : IgnoreListManager(store).ignoredApps())
+                ids.append(app.bundleID);
+        }
+        return wholeList(ids);
+    }
+    if (kind == u"recency") {
+        // Generation g has recorded app.0.0 to app.g.0 (each writer starts again at 0).
+        FakeScheduler clock;
+        SchedulerExecutor queue(clock);
+        const RecencyStack stack(store, clock, queue);
+        const auto& counts = stack.snapshot().counts;
+        if (counts.isEmpty() && store.contains(RecencyStack::persistenceKey()))
+            return std::nullopt; // stored but undecodable
+        for (int g = 0; g < int(counts.size()); ++g)
+            if (counts.value(u"app.%1.0"_qs.arg(g)) < 1)
+                return std::nullopt;
+        return int(counts.size()) - 1;
+    }
+    // Settings: each key saved on its own, each with a value of its generation.
+    if (!store.contains(u"valimbra.generation"_qs))
+        return -1;
+    const auto style = store.string(u"valimbra.switcherStyle"_qs);
+    const double delay = store.doubleValue(u"valimbra.tabLaunchDelay"_qs, -1);
+    if (!style || style->isEmpty() || delay < 0.25 || delay > 2.0)
+        return std::nullopt;
+    return int(store.integer(u"valimbra.generation"_qs, -1));
+}
+
+// A writer killed at a random point of one of many saves must leave a readable store holding a
+// whole value: the last one it finished or the one it was writing, never a torn mix and never
+// nothing. VALIMBRA_KILL_ROUNDS sets the number of kills (1000 by default).
+class KillMidSave : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(KillMidSave, EveryKillLeavesThePreviousOrTheNewValue) {
+    const QString kind = QString::fromLatin1(GetParam());
+    const int rounds = qEnvironmentVariableIntValue("VALIMBRA_KILL_ROUNDS") > 0
+                           ? qEnvironmentVariableIntValue("VALIMBRA_KILL_ROUNDS")
+                           : 1000;
     QTemporaryDir dir;
     const QString path = dir.filePath(u"Valimbra.conf"_qs);
-    constexpr int kSize = 16 * 1024;
-    for (int round = 0; round < 3; ++round) {
+    std::mt19937 random(20261123);
+    int lastGeneration = -1;
+    for (int round = 0; round < rounds; ++round) {
         int out[2];
         ASSERT_EQ(pipe(out), 0);
         const pid_t child = fork();
@@ -97,25 +173,37 @@ TEST(QSettingsStore, KillingTheWriterMidSaveNeverTearsTheFile) {
             dup2(out[1], STDOUT_FILENO);
             close(out[0]);
             const QByteArray p = path.toLocal8Bit();
-            const QByteArray n = QByteArray::number(kSize);
-            execl(SETTINGS_WRITER_PATH, SETTINGS_WRITER_PATH, p.constData(), n.constData(),
+            const QByteArray k = kind.toLatin1();
+            execl(SETTINGS_WRITER_PATH, SETTINGS_WRITER_PATH, p.constData(), k.constData(),
                   static_cast<char*>(nullptr));
             _exit(127);
         }
         close(out[1]);
+        // Somewhere in the first few saves, at any point of the one under way.
         char tick;
-        for (int i = 0; i < 2 + round; ++i)
-            ASSERT_EQ(read(out[0], &tick, 1), 1);
-        kill(child, SIGKILL); // lands while the next save is under way
+        const int ticks = int(random() % 4);
+        for (int i = 0; i < ticks; ++i)
+            ASSERT_EQ(read(out[0], &tick, 1), 1) << "round " << round;
+        usleep(useconds_t(random() % 3000));
+        kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
         close(out[0]);
 
-        QSettingsStore reader(path);
-        const auto blob = reader.data(u"valimbra.blob"_qs);
-        ASSERT_TRUE(blob.has_value());
-        ASSERT_EQ(blob->size(), kSize);
-        EXPECT_EQ(blob->count(blob->front()), kSize) << "torn value";
+        const auto found = generationFound(kind, path);
+        ASSERT_TRUE(found.has_value()) << kind.toStdString() << ": torn after round " << round;
+        // Each writer starts again from generation 0; what it finished is there.
+        EXPECT_GE(*found, ticks - 1)
+            << kind.toStdString() << ": a finished save lost, round " << round;
+        if (lastGeneration >= 0) {
+            EXPECT_GE(*found, 0) << kind.toStdString() << ": the previous value lost, round "
+                                 << round;
+        }
+        lastGeneration = *found;
     }
+    RecordProperty("last_generation", lastGeneration);
 }
+
+INSTANTIATE_TEST_SUITE_P(Stores, KillMidSave,
+                         ::testing::Values("blob", "favourites", "ignored", "recency", "settings"));
 
 } // namespace
