@@ -27,6 +27,7 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 Q_IMPORT_QML_PLUGIN(Valimbra_OverlayPlugin)
 Q_IMPORT_QML_PLUGIN(Valimbra_CorePlugin)
@@ -112,9 +113,28 @@ int listApps() {
     return 0;
 }
 
+// Qt's own messages are for developers (VALIMBRA_VERBOSE=1 shows them); a user sees only our
+// few lines. The one Qt message a user needs, the X server going away, becomes one of ours.
+void messageHandler(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    static const bool verbose = qEnvironmentVariableIntValue("VALIMBRA_VERBOSE") > 0;
+    if (message.contains(u"X11 connection broke")) {
+        std::fputs("[Valimbra] The X server went away; Valimbra quits.\n", stdout);
+        std::fflush(stdout);
+        // At once: the normal exit would tear down windows on a dead connection (Xlib then
+        // prints its own fatal error, and threads may wait for replies that never come). A save
+        // under way may be lost, never the value saved before it.
+        std::_Exit(1);
+    }
+    if (verbose || type == QtFatalMsg) {
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+        std::fflush(stderr);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    qInstallMessageHandler(messageHandler);
     // Valimbra speaks X11; under a Wayland session it runs through XWayland.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "xcb");

@@ -292,15 +292,43 @@ pid_t XSession::spawn(const QStringList& argv) {
                         QLatin1String(".log");
     const Spawned s = forkExec(argv, log);
     m_children.append(s.pid);
+    m_programs.insert(s.pid, argv.value(0));
     return s.pid;
+}
+
+pid_t XSession::started(const QString& program) const {
+    for (auto it = m_children.crbegin(); it != m_children.crend(); ++it)
+        if (m_programs.value(*it) == program)
+            return *it;
+    return 0;
+}
+
+std::optional<int> XSession::waitForExit(pid_t pid, int timeoutMs) {
+    if (!m_children.contains(pid))
+        return std::nullopt;
+    QElapsedTimer timer;
+    timer.start();
+    do {
+        int status = 0;
+        if (::waitpid(pid, &status, WNOHANG) == pid) {
+            m_children.removeAll(pid);
+            ::kill(-pid, SIGKILL); // anything it left in its group
+            unregisterGroup(pid);
+            return status;
+        }
+        ::usleep(10000);
+    } while (timer.elapsed() < timeoutMs);
+    return std::nullopt;
 }
 
 bool XSession::isRunning(pid_t pid) {
     if (!m_children.contains(pid))
         return false;
-    int status = 0;
-    const pid_t r = ::waitpid(pid, &status, WNOHANG);
-    return r == 0;
+    // Looks without reaping, so that waitForExit() still learns how it ended.
+    siginfo_t info{};
+    if (::waitid(P_PID, id_t(pid), &info, WEXITED | WNOHANG | WNOWAIT) != 0)
+        return false;
+    return info.si_pid == 0;
 }
 
 void XSession::stop(pid_t pid) {

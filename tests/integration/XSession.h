@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -50,6 +51,10 @@ public:
     // SIGTERM to its process group, a bounded wait, then SIGKILL. Safe on exited processes.
     void stop(pid_t pid);
     bool isRunning(pid_t pid);
+    // Waits for a started program to end by itself; its wait status, or nothing on a timeout.
+    std::optional<int> waitForExit(pid_t pid, int timeoutMs);
+    // The newest still-registered process started as `program` (0: none).
+    pid_t started(const QString& program) const;
     // Runs a short command to completion (xdotool, import) and returns its standard output,
     // or nothing when it failed or timed out.
     std::optional<QString> run(const QStringList& argv, int timeoutMs = 10000) const;
@@ -86,6 +91,7 @@ private:
     xcb_window_t m_rootWindow = XCB_NONE;
     pid_t m_server = 0;
     QList<pid_t> m_children; // newest last; stopped in reverse order
+    QHash<pid_t, QString> m_programs;
 };
 
 } // namespace valimbra::testing

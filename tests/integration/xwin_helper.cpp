@@ -2,9 +2,10 @@
 // and state, opens one more on SIGUSR2 and destroys the newest on SIGUSR1.
 //
 //   xwin_helper [--class NAME] [--count N] [--type normal|dialog|utility|toolbar|dock|splash]
-//               [--then TYPE] [--skip-taskbar] [--no-pid]
+//               [--then TYPE] [--skip-taskbar] [--no-pid] [--storm N] [--icon-mb N]
 // --then gives the type of the windows opened on SIGUSR2 (a splash screen first, the main
-// window later).
+// window later). --storm opens and destroys N more windows as fast as X allows, then exits.
+// --icon-mb gives each window a _NET_WM_ICON of about N megabytes (a true one, in chunks).
 #include <xcb/xcb.h>
 
 #include <poll.h>
@@ -12,6 +13,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -34,7 +37,24 @@ struct Options {
     std::string then;
     bool skipTaskbar = false;
     bool setPid = true;
+    int storm = 0;
+    int iconMegabytes = 0;
 };
+
+// A square icon of about `megabytes`, appended in 4 MB requests (below the server's limit).
+void setHugeIcon(xcb_connection_t* c, xcb_window_t w, int megabytes) {
+    const uint32_t side = uint32_t(std::sqrt(double(megabytes) * 1024 * 1024 / 4));
+    const uint32_t header[] = {side, side};
+    const xcb_atom_t icon = atom(c, "_NET_WM_ICON");
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, icon, XCB_ATOM_CARDINAL, 32, 2, header);
+    const std::vector<uint32_t> chunk(1u << 20, 0xff3366cc);
+    for (uint64_t left = uint64_t(side) * side; left > 0;) {
+        const uint32_t n = uint32_t(std::min<uint64_t>(left, chunk.size()));
+        xcb_change_property(c, XCB_PROP_MODE_APPEND, w, icon, XCB_ATOM_CARDINAL, 32, n,
+                            chunk.data());
+        left -= n;
+    }
+}
 
 xcb_window_t openWindow(xcb_connection_t* c, xcb_screen_t* s, const Options& o, int index) {
     const xcb_window_t w = xcb_generate_id(c);
@@ -66,6 +86,8 @@ xcb_window_t openWindow(xcb_connection_t* c, xcb_screen_t* s, const Options& o, 
         xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, atom(c, "_NET_WM_STATE"), XCB_ATOM_ATOM,
                             32, 1, &skip);
     }
+    if (o.iconMegabytes > 0)
+        setHugeIcon(c, w, o.iconMegabytes);
     xcb_map_window(c, w);
     xcb_flush(c);
     return w;
@@ -89,6 +111,10 @@ int main(int argc, char** argv) {
             o.skipTaskbar = true;
         else if (a == "--no-pid")
             o.setPid = false;
+        else if (a == "--storm" && i + 1 < argc)
+            o.storm = atoi(argv[++i]);
+        else if (a == "--icon-mb" && i + 1 < argc)
+            o.iconMegabytes = atoi(argv[++i]);
     }
     sigset_t mask;
     sigemptyset(&mask);
@@ -107,6 +133,15 @@ int main(int argc, char** argv) {
     int opened = 0;
     for (int i = 0; i < o.count; ++i)
         windows.push_back(openWindow(c, s, o, opened++));
+    if (o.storm > 0) {
+        for (int i = 0; i < o.storm; ++i) {
+            const xcb_window_t w = openWindow(c, s, o, opened++ % 16);
+            xcb_destroy_window(c, w);
+        }
+        free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr)); // all done
+        xcb_disconnect(c);
+        return 0;
+    }
 
     pollfd fds[2] = {{sfd, POLLIN, 0}, {xcb_get_file_descriptor(c), POLLIN, 0}};
     for (;;) {
