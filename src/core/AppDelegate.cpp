@@ -168,7 +168,9 @@ void AppDelegate::createStatusItem() {
 }
 
 bool AppDelegate::handleRequest(const QString& request) {
-    if (request == u"toggle") {
+    const InstanceRequest parsed = parseInstanceRequest(request);
+    switch (parsed.kind) {
+    case InstanceRequest::Kind::Toggle:
         if (!m_engine->isReady())
             return false; // still starting: the caller may try again
         markInvocation("--toggle");
@@ -177,19 +179,17 @@ bool AppDelegate::handleRequest(const QString& request) {
         else
             m_engine->show();
         return true;
-    }
-    if (request == u"quit") {
+    case InstanceRequest::Kind::Quit:
         m_platform.scheduler->post(this, [] { QCoreApplication::quit(); });
         return true;
-    }
-    if (request == u"activate") { // a second start with nothing to ask: the settings open
+    case InstanceRequest::Kind::Activate: // a second start with nothing to ask: the settings open
         m_settingsWindow->show();
         return true;
-    }
-    if (request.startsWith(u"settings")) {
-        const QString pane = request.mid(8).trimmed();
-        m_router.openPane(pane.isEmpty() ? u"General"_qs : pane);
+    case InstanceRequest::Kind::Settings:
+        m_router.openPane(parsed.pane);
         return true;
+    case InstanceRequest::Kind::Unknown:
+        break;
     }
     return false;
 }

@@ -1,5 +1,7 @@
 #include "ReviewTracker.h"
 
+#include <limits>
+
 namespace valimbra {
 
 namespace {
@@ -12,6 +14,11 @@ std::optional<Date> readDate(const SettingsStore& s, const char* k) {
         return std::nullopt;
     return Date(s.doubleValue(key(k)));
 }
+
+// Counts stop at the top instead of wrapping round (a stored count may be anything).
+qint64 saturatingIncrement(qint64 n) {
+    return n == std::numeric_limits<qint64>::max() ? n : n + 1;
+}
 } // namespace
 
 void ReviewTracker::noteFirstUse() {
@@ -21,12 +28,12 @@ void ReviewTracker::noteFirstUse() {
 
 void ReviewTracker::countUse() {
     noteFirstUse();
-    m_settings.setInteger(key(sessionCountKey), sessionCount() + 1);
+    m_settings.setInteger(key(sessionCountKey), saturatingIncrement(sessionCount()));
 }
 
 void ReviewTracker::countSwitch() {
     noteFirstUse();
-    m_settings.setInteger(key(switchCountKey), switchCount() + 1);
+    m_settings.setInteger(key(switchCountKey), saturatingIncrement(switchCount()));
 }
 
 void ReviewTracker::markPrompted() {

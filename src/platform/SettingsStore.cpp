@@ -2,6 +2,9 @@
 
 #include <QMutexLocker>
 
+#include <cmath>
+#include <limits>
+
 namespace valimbra {
 
 std::optional<QVariant> SettingsStore::value(const QString& key) const {
@@ -40,12 +43,23 @@ qint64 SettingsStore::integer(const QString& key, qint64 fallback) const {
     if (!v)
         return fallback;
     bool ok = false;
-    const qint64 n = v->toLongLong(&ok);
-    if (ok)
-        return n;
+    // A hand-edited or corrupt file may hold anything. Numbers round to the nearest integer; NaN
+    // reads as absent, and values beyond the range read as its ends (converting them, in our
+    // code or Qt's, would be undefined).
+    if (v->typeId() != QMetaType::Double && v->typeId() != QMetaType::Float) {
+        const qint64 n = v->toLongLong(&ok);
+        if (ok)
+            return n;
+    }
     const double d = v->toDouble(&ok);
-    if (ok)
-        return qint64(d);
+    if (ok && std::isnan(d))
+        return fallback;
+    if (ok) {
+        const double r = std::round(d);
+        return r >= 0x1p63   ? std::numeric_limits<qint64>::max()
+               : r < -0x1p63 ? std::numeric_limits<qint64>::min()
+                             : qint64(r);
+    }
     if (v->typeId() == QMetaType::Bool)
         return v->toBool() ? 1 : 0;
     return fallback;

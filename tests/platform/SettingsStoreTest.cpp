@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <limits>
 #include <memory>
 #include <random>
 #include <sys/wait.h>
@@ -60,6 +61,29 @@ TEST_P(SettingsStoreTest, MissingKeysReadAsFallbacks) {
     EXPECT_FALSE(s->data(u"valimbra.none"_qs).has_value());
     s->setString(u"valimbra.text"_qs, u"not data"_qs);
     EXPECT_FALSE(s->data(u"valimbra.text"_qs).has_value()) << "a string is not a data blob";
+}
+
+// A hand-edited file: whatever stands where an integer belongs reads as one, never undefined.
+TEST_P(SettingsStoreTest, AnyValueReadsAsAnIntegerWithinRange) {
+    auto s = make();
+    const std::pair<QVariant, qint64> rows[] = {
+        {u"12"_qs, 12},
+        {2.9, 3},
+        {u"-2.5"_qs, -3},
+        {1e300, std::numeric_limits<qint64>::max()},
+        {-1e300, std::numeric_limits<qint64>::min()},
+        {std::numeric_limits<double>::quiet_NaN(), -7},
+        {std::numeric_limits<double>::infinity(), std::numeric_limits<qint64>::max()},
+        {u"twelve"_qs, -7},
+    };
+    for (const auto& [stored, expected] : rows) {
+        s->setDouble(u"valimbra.n"_qs, 0); // a write per row, so the file store reads it back
+        if (stored.typeId() == QMetaType::Double)
+            s->setDouble(u"valimbra.n"_qs, stored.toDouble());
+        else
+            s->setString(u"valimbra.n"_qs, stored.toString());
+        EXPECT_EQ(s->integer(u"valimbra.n"_qs, -7), expected) << stored.toString().toStdString();
+    }
 }
 
 TEST_P(SettingsStoreTest, RegisteredDefaultsApplyOnlyToNeverWrittenKeysAndChangesSignal) {

@@ -25,7 +25,12 @@ QString takeString(gchar* s) {
     return out;
 }
 
+// Desktop entries are a few kilobytes; a huge file is no entry, and is not read whole.
+constexpr qint64 kMaxEntryBytes = 1 << 20;
+
 std::optional<DesktopEntry> load(const QString& path, const QString& id) {
+    if (QFileInfo(path).size() > kMaxEntryBytes)
+        return std::nullopt;
     const QByteArray local = QFile::encodeName(path);
     AppInfoPtr info(g_desktop_app_info_new_from_filename(local.constData()));
     if (!info)
@@ -163,6 +168,13 @@ std::optional<DesktopEntry> DesktopEntryIndex::byPath(const QString& path) const
     return load(QDir::cleanPath(path), id);
 }
 
+bool DesktopEntryIndex::isInstalledPath(const QString& path) const {
+    const QString clean = QDir::cleanPath(path);
+    return std::any_of(m_dataDirs.begin(), m_dataDirs.end(), [&](const QString& dir) {
+        return clean.startsWith(dir + u"/applications/"_qs);
+    });
+}
+
 quint64 DesktopEntryIndex::generation() const {
     QMutexLocker lock(&m_mutex);
     refreshIfStale();
@@ -179,7 +191,9 @@ std::optional<DesktopEntry> DesktopEntryIndex::match(const ProcessIdentity& who)
     if (!who.applicationId.isEmpty()) {
         QString appId = who.applicationId;
         if (appId.startsWith(QLatin1Char('/'))) {
-            if (auto e = byPath(appId))
+            // Any X client may set this property: only an installed entry counts, never a file
+            // elsewhere whose Exec line a favourite would then run.
+            if (auto e = byPath(appId); e && isInstalledPath(e->path))
                 return e;
         } else if (auto e = byId(stripSuffix(appId))) {
             return e;
@@ -239,6 +253,13 @@ QString bundleIdentifierFor(const std::optional<DesktopEntry>& entry, const Proc
     if (cls.isEmpty())
         return {};
     return QLatin1String("wmclass.") + cls.toLower();
+}
+
+QString displayNameFor(const std::optional<DesktopEntry>& entry, const ProcessIdentity& who,
+                       const QString& title) {
+    if (entry && !entry->name.isEmpty())
+        return entry->name;
+    return !who.wmClass.isEmpty() ? who.wmClass : title;
 }
 
 } // namespace valimbra::x11

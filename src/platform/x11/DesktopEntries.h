@@ -58,6 +58,8 @@ public:
     quint64 generation() const;
 
 private:
+    // Inside an applications folder of the data directories (not merely anywhere on disk).
+    bool isInstalledPath(const QString& path) const;
     void refreshIfStale() const;
     void scan() const;
     std::optional<DesktopEntry> lookupIdLocked(const QString& id) const;
@@ -79,5 +81,10 @@ private:
 bool isInterpreterOrLauncher(const QString& executable);
 
 QString bundleIdentifierFor(const std::optional<DesktopEntry>& entry, const ProcessIdentity& who);
+
+// The name a matched process is listed under: its entry's Name, else its WM_CLASS class, else
+// `title` (the _NET_WM_NAME of its first window).
+QString displayNameFor(const std::optional<DesktopEntry>& entry, const ProcessIdentity& who,
+                       const QString& title);
 
 } // namespace valimbra::x11

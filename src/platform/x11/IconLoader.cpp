@@ -7,6 +7,7 @@
 #include <QMutexLocker>
 #include <QSettings>
 
+#include <algorithm>
 #include <limits>
 
 namespace valimbra::x11 {
@@ -36,10 +37,16 @@ IconLoader::IconLoader(QStringList dataDirs, QString themeName, int size)
 }
 
 QImage IconLoader::decode(const QString& path, int size) {
+    // Icons are small: a huge file, or one claiming a huge size, is not decoded at all.
+    constexpr qint64 kMaxIconBytes = 16 << 20;
+    if (QFileInfo(path).size() > kMaxIconBytes)
+        return {};
     QImageReader reader(path);
     QSize native = reader.size();
-    if (native.isValid() && (native.width() > size || native.height() > size ||
-                             reader.format() == "svg" || reader.format() == "svgz")) {
+    const bool vector = reader.format() == "svg" || reader.format() == "svgz";
+    if (!vector && (native.width() > 16384 || native.height() > 16384))
+        return {};
+    if (native.isValid() && (native.width() > size || native.height() > size || vector)) {
         reader.setScaledSize(native.scaled(size, size, Qt::KeepAspectRatio));
     }
     QImage img = reader.read();
@@ -114,11 +121,16 @@ const IconLoader::Theme& IconLoader::themeLocked(const QString& name) const {
         for (const QString& dir : std::as_const(dirs)) {
             ini.beginGroup(dir);
             ThemeDir td;
-            td.size = ini.value(QStringLiteral("Size")).toInt();
-            td.scale = ini.value(QStringLiteral("Scale"), 1).toInt();
-            td.minSize = ini.value(QStringLiteral("MinSize"), td.size).toInt();
-            td.maxSize = ini.value(QStringLiteral("MaxSize"), td.size).toInt();
-            td.threshold = ini.value(QStringLiteral("Threshold"), 2).toInt();
+            // Any theme file may say anything: sizes within what a screen shows keep the
+            // distance arithmetic from overflowing.
+            const auto read = [&](const char* key, int fallback, int low, int high) {
+                return std::clamp(ini.value(QLatin1String(key), fallback).toInt(), low, high);
+            };
+            td.size = read("Size", 0, 0, 4096);
+            td.scale = read("Scale", 1, 1, 16);
+            td.minSize = read("MinSize", td.size, 0, 4096);
+            td.maxSize = read("MaxSize", td.size, 0, 4096);
+            td.threshold = read("Threshold", 2, 0, 4096);
             const QString type =
                 ini.value(QStringLiteral("Type"), QStringLiteral("Threshold")).toString();
             td.kind = type == QLatin1String("Fixed")      ? ThemeDir::Fixed

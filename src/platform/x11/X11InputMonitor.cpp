@@ -11,7 +11,12 @@
 #include <QWindow>
 
 #include <xcb/xinput.h>
-// xkb.h names a field `explicit`; rename it for C++ (as Qt does).
+// xkb.h names a field `explicit`; rename it for C++ (as Qt does). Clang warns about redefining
+// a keyword, which is the point here.
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wkeyword-macro"
+#endif
 #define explicit explicit_
 #include <xcb/xkb.h>
 #undef explicit
@@ -19,6 +24,9 @@
 #define explicit explicit_
 #include <xkbcommon/xkbcommon-x11.h>
 #undef explicit
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 
 #include <algorithm>
 #include <bitset>

@@ -508,12 +508,9 @@ std::optional<RunningApp> X11Workspace::Private::describeLocked(qint32 pid) cons
     const QString bundle = bundleIdentifierFor(proc.entry, who);
     if (!bundle.isEmpty())
         app.bundleID = bundle;
-    if (proc.entry) {
-        app.name = proc.entry->name;
+    if (proc.entry)
         app.appURL = QUrl::fromLocalFile(proc.entry->path);
-    }
-    if (app.name.isEmpty())
-        app.name = !who.wmClass.isEmpty() ? who.wmClass : ws.front().title;
+    app.name = displayNameFor(proc.entry, who, ws.front().title);
     const bool anyNormal = std::any_of(
         ws.begin(), ws.end(), [](const WindowInfo& w) { return w.kind == WindowKind::Normal; });
     const bool allAccessory = std::all_of(

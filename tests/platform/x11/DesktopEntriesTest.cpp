@@ -84,7 +84,12 @@ TEST_F(DesktopEntriesTest, MatchesInOrderOfTrustElseTheWindowClassNamesTheApp) {
         {who({}, {}, {}, {}), ""},
         // A Python program with its own class is not "Python".
         {who({}, {}, "sampler", "Sampler", {"python3.11", "sampler.py"}), "wmclass.sampler"},
+        // A path in a window property counts only inside an applications folder: any X client
+        // may set it, and a favourite runs the entry's Exec line.
+        {who(path("system/applications/vendor/tool.desktop"), {}, {}, {}), "vendor-tool"},
+        {who(path("elsewhere/planted.desktop"), {}, "xclock", "XClock"), "wmclass.xclock"},
     };
+    write("elsewhere/planted.desktop", "Name=Planted\nExec=true\n");
     for (const auto& [identity, expected] : cases)
         EXPECT_EQ(bundleIdentifierFor(index->match(identity), identity),
                   QString::fromUtf8(expected))
