@@ -48,6 +48,9 @@ leak:libGLX
 leak:libEGL
 leak:libdbus
 SUPP
+# No session bus: libdbus would fork to autolaunch one, and a child forked while another thread
+# holds AddressSanitizer's allocator lock hangs.
+export DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent/bus
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:halt_on_error=0:log_path=$work/asan"
 export LSAN_OPTIONS="suppressions=$work/lsan.supp:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:log_path=$work/ubsan"

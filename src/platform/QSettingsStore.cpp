@@ -4,9 +4,11 @@
 
 #include <QDir>
 #include <QEvent>
+#include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QMutexLocker>
+#include <QSaveFile>
 #include <QStandardPaths>
 
 namespace valimbra {
@@ -20,6 +22,39 @@ QString iniKey(const QString& key) {
     k.replace(u'/', u"%2F"_qs);
     return k;
 }
+
+// QSettings deserialises "@Variant(...)" values with QDataStream as it reads the file, trusting
+// the lengths inside: a corrupt or hand-made one makes it allocate gigabytes and the program dies
+// at every start. We never write such values (only plain ones and "@ByteArray(...)"), so a line
+// holding one is dropped before QSettings reads the file: that value reads as absent, the rest
+// stays. The file is replaced whole, so an interrupted rewrite leaves it as it was.
+const QString& withoutOpaqueValues(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return path;
+    const QByteArray text = file.readAll();
+    file.close();
+    if (!text.contains("@Variant("))
+        return path;
+    QByteArray kept;
+    bool dropped = false;
+    for (const QByteArray& line : text.split('\n')) {
+        const qsizetype equals = line.indexOf('=');
+        const QByteArray value = equals < 0 ? QByteArray() : line.mid(equals + 1).trimmed();
+        if (value.startsWith("@Variant(") || value.startsWith("\"@Variant(")) {
+            dropped = true;
+            continue;
+        }
+        kept += line + '\n';
+    }
+    kept.chop(1); // the split added a line end the file did not have
+    QSaveFile rewritten(path);
+    if (dropped && rewritten.open(QIODevice::WriteOnly)) {
+        rewritten.write(kept);
+        rewritten.commit();
+    }
+    return path;
+}
 } // namespace
 
 QString QSettingsStore::defaultPath() {
@@ -32,7 +67,7 @@ QSettingsStore::QSettingsStore(QObject* parent)
 
 QSettingsStore::QSettingsStore(const QString& iniPath, QObject* parent)
     : SettingsStore(parent)
-    , m_settings(std::make_unique<QSettings>(iniPath, QSettings::IniFormat))
+    , m_settings(std::make_unique<QSettings>(withoutOpaqueValues(iniPath), QSettings::IniFormat))
     , m_saveQueue(std::make_unique<ThreadExecutor>(u"app.brindlex.settings"_qs)) {
     QDir().mkpath(QFileInfo(iniPath).absolutePath());
     m_settings->setAtomicSyncRequired(true);

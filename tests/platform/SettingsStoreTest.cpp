@@ -63,6 +63,23 @@ TEST_P(SettingsStoreTest, MissingKeysReadAsFallbacks) {
     EXPECT_FALSE(s->data(u"valimbra.text"_qs).has_value()) << "a string is not a data blob";
 }
 
+// A value QSettings would deserialise blindly (found by fuzzing: the lengths inside made it
+// allocate 47 GB) reads as absent; the other values stay.
+TEST(QSettingsStore, AnOpaqueVariantInTheFileReadsAsAbsent) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"Valimbra.conf"_qs);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[General]\nvalimbra.switcherStyle=grid\n"
+               "valimbra.review.firstUseDate=@Variant(\\0\\0\\0\\xbundleID2\\0\\0L\\ v)\n"
+               "valimbra.other=\"@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x3Qt\\0\\xff)\"\n");
+    file.close();
+    QSettingsStore store(path);
+    EXPECT_EQ(store.string(u"valimbra.switcherStyle"_qs), u"grid"_qs);
+    EXPECT_FALSE(store.contains(u"valimbra.review.firstUseDate"_qs));
+    EXPECT_FALSE(store.contains(u"valimbra.other"_qs));
+}
+
 // A hand-edited file: whatever stands where an integer belongs reads as one, never undefined.
 TEST_P(SettingsStoreTest, AnyValueReadsAsAnIntegerWithinRange) {
     auto s = make();
@@ -137,16 +154,17 @@ std::optional<int> generationFound(const QString& kind, const QString& path) {
     if (kind == u"favourites" || kind == u"ignored") {
         QStringList ids;
         if (kind == u"favourites") {
+            const PinnedAppsManager favourites(store);
             if (store.contains(PinnedAppsManager::storageKey()) &&
-                PinnedAppsManager(store).pinnedApps().isEmpty())
+                favourites.pinnedApps().isEmpty())
                 return std::nullopt; // stored but undecodable
-            for (const PinnedApp& app : PinnedAppsManager(store).pinnedApps())
+            for (const PinnedApp& app : favourites.pinnedApps())
                 ids.append(app.bundleID);
         } else {
-            if (store.contains(IgnoreListManager::storageKey()) &&
-                IgnoreListManager(store).ignoredApps().isEmpty())
+            const IgnoreListManager ignored(store);
+            if (store.contains(IgnoreListManager::storageKey()) && ignored.ignoredApps().isEmpty())
                 return std::nullopt;
-            for (const IgnoredApp& app : IgnoreListManager(store).ignoredApps())
+            for (const IgnoredApp& app : ignored.ignoredApps())
                 ids.append(app.bundleID);
         }
         return wholeList(ids);
