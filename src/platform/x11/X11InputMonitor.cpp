@@ -107,12 +107,21 @@ struct X11InputMonitor::Private {
 
     bool onEvent(xcb_generic_event_t* ev);
     void onRawKey(quint32 keycode, bool press);
-    void onRawButton(quint32 button, quint32 flags);
+    void onRawButton(quint32 button, quint32 flags, quint32 time);
     void selectRaw(bool on);
     void refreshModifierMap();
     void refreshKeymap();
     quint32 heldModifierMask();
-    void deliverGlobal(const InputEvent& ev);
+    bool deliverGlobal(const InputEvent& ev);
+    // One press reaches us twice, as a raw event and, on our own window, as Qt's event; the X
+    // server time tells them apart from two presses. Whichever path took it first keeps it.
+    struct Press {
+        quint32 button = 0;
+        quint32 time = 0;
+        bool operator==(const Press&) const = default;
+    };
+    std::optional<Press> deliveredGlobally;
+    std::optional<Press> deliveredLocally;
     QString characters(quint32 keycode, quint64 flags);
     quint32 xkbState(quint32* lockedOut = nullptr, quint32* groupOut = nullptr) const;
 };
@@ -283,7 +292,7 @@ bool X11InputMonitor::Private::onEvent(xcb_generic_event_t* ev) {
         }
         case XCB_INPUT_RAW_BUTTON_PRESS: {
             const auto* raw = reinterpret_cast<xcb_input_raw_button_press_event_t*>(ev);
-            onRawButton(raw->detail, raw->flags);
+            onRawButton(raw->detail, raw->flags, raw->time);
             return true;
         }
         default:
@@ -330,15 +339,15 @@ bool landsOnOurWindow(QPointF p) {
     });
 }
 
-void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
+bool X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
     // Events for our own windows reach the local monitors instead: keys while the keyboard is
     // ours, clicks that land on one of our windows (a click elsewhere is global even while the
     // overlay holds the keyboard).
     if (ev.type == InputEventType::FlagsChanged || ev.type == InputEventType::KeyDown) {
         if (keyboardIsOurs())
-            return;
+            return false;
     } else if (landsOnOurWindow(ev.position)) {
-        return;
+        return false;
     }
     const quint64 bit = eventMaskFor(ev.type);
     std::vector<MonitorToken> tokens;
@@ -352,6 +361,7 @@ void X11InputMonitor::Private::deliverGlobal(const InputEvent& ev) {
         GlobalHandler handler = it->second.handler;
         handler(ev);
     }
+    return true;
 }
 
 void X11InputMonitor::Private::onRawKey(quint32 keycode, bool press) {
@@ -392,8 +402,11 @@ void X11InputMonitor::Private::onRawKey(quint32 keycode, bool press) {
     deliverGlobal(ev);
 }
 
-void X11InputMonitor::Private::onRawButton(quint32 button, quint32 flags) {
+void X11InputMonitor::Private::onRawButton(quint32 button, quint32 flags, quint32 time) {
     if (flags & kPointerEmulated)
+        return;
+    const Press press{button, time};
+    if (deliveredLocally == press)
         return;
     InputEvent ev;
     switch (button) {
@@ -419,7 +432,8 @@ void X11InputMonitor::Private::onRawButton(quint32 button, quint32 flags) {
     }
     ev.modifierFlags = keycodes::flagsFromXState(heldModifierMask());
     ev.position = QCursor::pos();
-    deliverGlobal(ev);
+    if (deliverGlobal(ev))
+        deliveredGlobally = press;
 }
 
 QString X11InputMonitor::Private::characters(quint32 keycode, quint64 flags) {
@@ -510,6 +524,11 @@ bool X11InputMonitor::eventFilter(QObject* watched, QEvent* event) {
         }
         ev.modifierFlags = flagsFromQt(me->modifiers());
         ev.position = me->globalPosition();
+        static constexpr quint32 xButton[] = {1, 3, 2, 8, 9}; // by buttonNumber
+        const Private::Press press{xButton[ev.buttonNumber], quint32(me->timestamp())};
+        if (d->deliveredGlobally == press)
+            return false;
+        d->deliveredLocally = press;
         break;
     }
     default:
