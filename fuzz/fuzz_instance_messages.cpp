@@ -72,7 +72,7 @@ private:
 };
 
 // What the server reads as the client's bytes arrive, `piece` bytes at a time: nothing until a
-// line is complete, then that line; or the client is dropped for sending too much without one.
+// line is complete, then that line; or the client is dropped for sending too much.
 void receive(const QByteArray& sent, qsizetype piece) {
     ProgramStandIn program;
     for (qsizetype arrived = piece;; arrived += piece) {
@@ -89,11 +89,15 @@ void receive(const QByteArray& sent, qsizetype piece) {
                 program.checkPane(parseInstanceRequest(*line).pane);
             return;
         }
-        require(!buffered.contains('\n'));
         if (overflow) {
-            require(buffered.size() > InstanceServer::maxRequestLength);
+            // More than a request may hold: without a line end, or a line that long (refused
+            // whole, never cut to a shorter request).
+            const qsizetype end = buffered.indexOf('\n');
+            require(end < 0 ? buffered.size() > InstanceServer::maxRequestLength
+                            : end + 1 > InstanceServer::maxRequestLength);
             return;
         }
+        require(!buffered.contains('\n'));
         if (arrived >= sent.size())
             return; // the client stopped sending: the server keeps waiting
     }
