@@ -3,6 +3,7 @@
 #include "platform/Scheduler.h"
 
 #include <numbers>
+#include <utility>
 
 namespace valimbra {
 
@@ -32,6 +33,9 @@ void OnboardingRingDemo::stop() {
     if (m_next)
         m_next->cancel();
     m_next.reset();
+    // Folded, so that a later start fans out again from the centre.
+    if (std::exchange(m_shown, false))
+        Q_EMIT shownChanged();
 }
 
 void OnboardingRingDemo::step(bool show) {

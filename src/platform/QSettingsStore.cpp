@@ -11,6 +11,8 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <cctype>
+
 namespace valimbra {
 
 namespace {
@@ -23,31 +25,74 @@ QString iniKey(const QString& key) {
     return k;
 }
 
+// A value as QSettings unescapes it: "\xHH" and octal escapes give their character, others their
+// letter.
+QByteArray unescaped(const QByteArray& value) {
+    QByteArray out;
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        if (value[i] != '\\' || i + 1 == value.size()) {
+            out += value[i];
+            continue;
+        }
+        const char c = value[++i];
+        const bool hex = c == 'x' || c == 'X';
+        const auto isDigit = [hex](char d) {
+            return hex ? std::isxdigit(static_cast<unsigned char>(d)) : d >= '0' && d <= '7';
+        };
+        if (!hex && !isDigit(c)) {
+            out += c;
+            continue;
+        }
+        qsizetype j = hex ? i + 1 : i;
+        uint code = 0;
+        while (j < value.size() && isDigit(value[j]))
+            code = code * (hex ? 16 : 8) + uint(QByteArray(1, value[j++]).toUInt(nullptr, 16));
+        out += char(code & 0xff);
+        i = j - 1;
+    }
+    return out;
+}
+
 // QSettings deserialises "@Variant(...)" values with QDataStream as it reads the file, trusting
 // the lengths inside: a corrupt or hand-made one makes it allocate gigabytes and the program dies
 // at every start. We never write such values (only plain ones and "@ByteArray(...)"), so a line
 // holding one is dropped before QSettings reads the file: that value reads as absent, the rest
-// stays. The file is replaced whole, so an interrupted rewrite leaves it as it was.
+// stays. QSettings also reads it spelt with escapes, as any item of a list, and across a line
+// continued with a backslash; all of those count. The file is replaced whole, so an interrupted
+// rewrite leaves it as it was.
 const QString& withoutOpaqueValues(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return path;
     const QByteArray text = file.readAll();
     file.close();
-    if (!text.contains("@Variant("))
+    if (!text.contains("iant(") && !text.contains("\\"))
         return path;
+    const QList<QByteArray> lines = text.split('\n');
     QByteArray kept;
     bool dropped = false;
-    for (const QByteArray& line : text.split('\n')) {
-        const qsizetype equals = line.indexOf('=');
-        const QByteArray value = equals < 0 ? QByteArray() : line.mid(equals + 1).trimmed();
-        if (value.startsWith("@Variant(") || value.startsWith("\"@Variant(")) {
-            dropped = true;
-            continue;
+    for (qsizetype i = 0; i < lines.size();) {
+        // One setting: a line and the lines its trailing backslashes continue it with.
+        qsizetype end = i;
+        QByteArray logical = lines[i];
+        while (logical.endsWith('\\') || logical.endsWith("\\\r")) {
+            if (++end >= lines.size())
+                break;
+            logical = logical.left(logical.lastIndexOf('\\')) + lines[end];
         }
-        kept += line + '\n';
+        const qsizetype equals = logical.indexOf('=');
+        const bool isOpaque =
+            equals >= 0 && unescaped(logical.mid(equals + 1)).contains("@Variant(");
+        for (qsizetype j = i; j <= end && j < lines.size(); ++j) {
+            if (isOpaque)
+                continue;
+            kept += lines[j];
+            if (j + 1 < lines.size())
+                kept += '\n';
+        }
+        dropped = dropped || isOpaque;
+        i = end + 1;
     }
-    kept.chop(1); // the split added a line end the file did not have
     QSaveFile rewritten(path);
     if (dropped && rewritten.open(QIODevice::WriteOnly)) {
         rewritten.write(kept);

@@ -70,14 +70,22 @@ TEST(QSettingsStore, AnOpaqueVariantInTheFileReadsAsAbsent) {
     const QString path = dir.filePath(u"Valimbra.conf"_qs);
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("[General]\nvalimbra.switcherStyle=grid\n"
-               "valimbra.review.firstUseDate=@Variant(\\0\\0\\0\\xbundleID2\\0\\0L\\ v)\n"
-               "valimbra.other=\"@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x3Qt\\0\\xff)\"\n");
+    // As found, quoted, from an escape, as a list item, and across a continued line.
+    file.write("[General]\r\nvalimbra.switcherStyle=grid\r\n"
+               "valimbra.review.firstUseDate=@Variant(\\0\\0\\0\\xbundleID2\\0\\0L\\ v)\r\n"
+               "valimbra.b=\"@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x3Qt\\0\\xff)\"\n"
+               "valimbra.c=\\x40Variant(\\0\\0\\0\\x7f)\n"
+               "valimbra.d=a, @Variant(\\0\\0\\0\\x7f)\n"
+               "valimbra.e=@Var\\\niant(\\0\\0\\0\\x7f)\n"
+               "valimbra.animationStyle=iris");
     file.close();
     QSettingsStore store(path);
     EXPECT_EQ(store.string(u"valimbra.switcherStyle"_qs), u"grid"_qs);
-    EXPECT_FALSE(store.contains(u"valimbra.review.firstUseDate"_qs));
-    EXPECT_FALSE(store.contains(u"valimbra.other"_qs));
+    EXPECT_EQ(store.string(u"valimbra.animationStyle"_qs), u"iris"_qs);
+    for (const char* key : {"firstUseDate", "b", "c", "d", "e"})
+        EXPECT_FALSE(store.contains(u"valimbra."_qs + QLatin1String(key)) ||
+                     store.contains(u"valimbra.review."_qs + QLatin1String(key)))
+            << key;
 }
 
 // A hand-edited file: whatever stands where an integer belongs reads as one, never undefined.

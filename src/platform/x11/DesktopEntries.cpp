@@ -29,7 +29,9 @@ QString takeString(gchar* s) {
 constexpr qint64 kMaxEntryBytes = 1 << 20;
 
 std::optional<DesktopEntry> load(const QString& path, const QString& id) {
-    if (QFileInfo(path).size() > kMaxEntryBytes)
+    // Only regular files: a pipe would block the read, /dev/zero would never end it.
+    const QFileInfo file(path);
+    if (!file.isFile() || file.size() > kMaxEntryBytes)
         return std::nullopt;
     const QByteArray local = QFile::encodeName(path);
     AppInfoPtr info(g_desktop_app_info_new_from_filename(local.constData()));
@@ -192,9 +194,11 @@ std::optional<DesktopEntry> DesktopEntryIndex::match(const ProcessIdentity& who)
         QString appId = who.applicationId;
         if (appId.startsWith(QLatin1Char('/'))) {
             // Any X client may set this property: only an installed entry counts, never a file
-            // elsewhere whose Exec line a favourite would then run.
-            if (auto e = byPath(appId); e && isInstalledPath(e->path))
-                return e;
+            // elsewhere whose Exec line a favourite would then run (nor one we would read).
+            if (isInstalledPath(appId)) {
+                if (auto e = byPath(appId))
+                    return e;
+            }
         } else if (auto e = byId(stripSuffix(appId))) {
             return e;
         }

@@ -114,14 +114,10 @@ struct X11InputMonitor::Private {
     quint32 heldModifierMask();
     bool deliverGlobal(const InputEvent& ev);
     // One press reaches us twice, as a raw event and, on our own window, as Qt's event; the X
-    // server time tells them apart from two presses. Whichever path took it first keeps it.
-    struct Press {
-        quint32 button = 0;
-        quint32 time = 0;
-        bool operator==(const Press&) const = default;
-    };
-    std::optional<Press> deliveredGlobally;
-    std::optional<Press> deliveredLocally;
+    // server time tells them apart from two presses (not the button: the raw event carries the
+    // physical one, before the user's button map). Whichever path took it first keeps it.
+    std::optional<quint32> deliveredGlobally; // server times of the last presses
+    std::optional<quint32> deliveredLocally;
     QString characters(quint32 keycode, quint64 flags);
     quint32 xkbState(quint32* lockedOut = nullptr, quint32* groupOut = nullptr) const;
 };
@@ -332,7 +328,9 @@ bool keyboardIsOurs() {
 bool landsOnOurWindow(QPointF p) {
     const auto windows = QGuiApplication::topLevelWindows();
     return std::any_of(windows.begin(), windows.end(), [p](const QWindow* w) {
-        if (!w->isVisible() || w->opacity() <= 0.0 || !w->geometry().contains(p.toPoint()))
+        // A window transparent for input (the tray hint) lets clicks through to what is under it.
+        if (!w->isVisible() || w->opacity() <= 0.0 ||
+            (w->flags() & Qt::WindowTransparentForInput) || !w->geometry().contains(p.toPoint()))
             return false;
         const QRegion mask = w->mask();
         return mask.isEmpty() || mask.contains((p - QPointF(w->position())).toPoint());
@@ -405,8 +403,7 @@ void X11InputMonitor::Private::onRawKey(quint32 keycode, bool press) {
 void X11InputMonitor::Private::onRawButton(quint32 button, quint32 flags, quint32 time) {
     if (flags & kPointerEmulated)
         return;
-    const Press press{button, time};
-    if (deliveredLocally == press)
+    if (deliveredLocally == time)
         return;
     InputEvent ev;
     switch (button) {
@@ -433,7 +430,7 @@ void X11InputMonitor::Private::onRawButton(quint32 button, quint32 flags, quint3
     ev.modifierFlags = keycodes::flagsFromXState(heldModifierMask());
     ev.position = QCursor::pos();
     if (deliverGlobal(ev))
-        deliveredGlobally = press;
+        deliveredGlobally = time;
 }
 
 QString X11InputMonitor::Private::characters(quint32 keycode, quint64 flags) {
@@ -524,11 +521,10 @@ bool X11InputMonitor::eventFilter(QObject* watched, QEvent* event) {
         }
         ev.modifierFlags = flagsFromQt(me->modifiers());
         ev.position = me->globalPosition();
-        static constexpr quint32 xButton[] = {1, 3, 2, 8, 9}; // by buttonNumber
-        const Private::Press press{xButton[ev.buttonNumber], quint32(me->timestamp())};
-        if (d->deliveredGlobally == press)
+        const quint32 time = quint32(me->timestamp());
+        if (d->deliveredGlobally == time)
             return false;
-        d->deliveredLocally = press;
+        d->deliveredLocally = time;
         break;
     }
     default:
