@@ -18,7 +18,7 @@ public:
     bool setEnabled(bool enabled) override;
 
     QString filePath() const;
-    // The Exec= value that runs `program` with no arguments, quoted as the spec requires.
+    // The Exec= value that runs `program` with no arguments, quoted as desktop entries require.
     static QString execValue(const QString& program);
 
 private:
