@@ -13,24 +13,7 @@ iterations=${2:-10000}
 every=${3:-500}
 bin=$(realpath "$build/src/app/valimbra")
 
-work=$(mktemp -d)
-pids=()
-cleanup() {
-    for ((i = ${#pids[@]} - 1; i >= 0; i--)); do kill "${pids[i]}" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-exec 3>"$work/displayfd"
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset >/dev/null 2>&1 &
-pids+=($!)
-for _ in $(seq 100); do [ -s "$work/displayfd" ] && break; sleep 0.05; done
-export DISPLAY=":$(head -n1 "$work/displayfd")"
-export HOME="$work/home" XDG_CONFIG_HOME="$work/config" XDG_RUNTIME_DIR="$work/run"
-mkdir -p "$HOME" "$XDG_CONFIG_HOME/Brindlex" "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
-openbox >/dev/null 2>&1 & pids+=($!)
-xcompmgr >/dev/null 2>&1 & pids+=($!)
-sleep 0.5
+source bench/desktop.sh # the scripts run from the repository root
 for geometry in 80x20+40+40 80x20+600+300; do xterm -geometry "$geometry" >/dev/null 2>&1 & pids+=($!); done
 xclock >/dev/null 2>&1 & pids+=($!)
 xeyes >/dev/null 2>&1 & pids+=($!)
