@@ -55,9 +55,14 @@ OverlayWindowController::OverlayWindowController(SwitcherModel& switcher, const 
         [self = QPointer(this)](const InputEvent& e) -> std::optional<InputEvent> {
             return self ? self->handleKey(e) : std::optional(e);
         });
+    m_screensHandler = m_platform.screens->addChangeHandler([self = QPointer(this)] {
+        if (self)
+            self->screensChanged();
+    });
 }
 
 OverlayWindowController::~OverlayWindowController() {
+    m_platform.screens->removeChangeHandler(m_screensHandler);
     removeMonitors();
     if (m_keyMonitor)
         m_platform.input->removeMonitor(m_keyMonitor);
@@ -182,10 +187,7 @@ bool OverlayWindowController::isOnScreen() const {
 
 void OverlayWindowController::showPanel() {
     m_isPreWarming = false;
-    const auto screen =
-        overlay::screenForPointer(m_platform.screens->screens(), m_platform.screens->mainScreen(),
-                                  m_platform.screens->pointerPosition());
-    if (!screen)
+    if (!placeOnPointerScreen())
         return;
     if (m_finishHide) {
         m_finishHide->cancel();
@@ -193,10 +195,6 @@ void OverlayWindowController::showPanel() {
     }
     m_previousActiveApp = m_platform.workspace->frontmostApplication();
     readAppearance();
-    const QPointF origin =
-        overlay::panelOrigin(m_platform.screens->pointerPosition(), screen->visibleFrame);
-    m_view->setGeometry(
-        QRect(origin.toPoint(), QSize(int(overlay::panelSide), int(overlay::panelSide))));
     m_view->setOpacity(1.0);
     applyShape();
     m_awaitingFirstFrame = true;
@@ -214,6 +212,32 @@ void OverlayWindowController::showPanel() {
         m_grabRetry->cancel();
     m_grabRetry = m_platform.scheduler->postAfter(milliseconds(kGrabFallbackMs), this,
                                                   [this] { grabKeyboard(); });
+}
+
+// Never straddling two screens: centred on the pointer, clamped into one screen's visible frame.
+bool OverlayWindowController::placeOnPointerScreen() {
+    const QPointF pointer = m_platform.screens->pointerPosition();
+    const auto screen = overlay::screenForPointer(m_platform.screens->screens(),
+                                                  m_platform.screens->mainScreen(), pointer);
+    if (!screen)
+        return false;
+    const QPointF origin = overlay::panelOrigin(pointer, screen->visibleFrame);
+    m_view->setGeometry(
+        QRect(origin.toPoint(), QSize(int(overlay::panelSide), int(overlay::panelSide))));
+    return true;
+}
+
+// A screen unplugged under the open panel would leave it, and the keyboard grab, where nobody
+// sees it; a panel still wholly on a screen stays put under the pointer.
+void OverlayWindowController::screensChanged() {
+    if (m_state != State::Shown)
+        return;
+    const QRectF panel = panelGeometry();
+    for (const ScreenInfo& screen : m_platform.screens->screens())
+        if (screen.visibleFrame.contains(panel))
+            return;
+    if (placeOnPointerScreen())
+        Q_EMIT moved();
 }
 
 void OverlayWindowController::hidePanel(bool animated) {

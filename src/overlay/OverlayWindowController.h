@@ -78,6 +78,8 @@ Q_SIGNALS:
     // An arrow key, for views that move in two dimensions.
     void navigate(int dx, int dy);
     void editFavouritesRequested();
+    // The open panel was placed again under a pointer that did not move (its screen went away).
+    void moved();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -92,6 +94,8 @@ private:
     void finishHide(std::optional<RunningApp> previous);
     void applyShape();
     void park();
+    bool placeOnPointerScreen();
+    void screensChanged();
     std::optional<InputEvent> handleKey(const InputEvent& event);
 
     SwitcherModel& m_switcher;
@@ -104,6 +108,7 @@ private:
     MonitorToken m_globalClickMonitor = 0;
     MonitorToken m_localClickMonitor = 0;
     MonitorToken m_keyMonitor = 0;
+    Screens::ChangeHandlerId m_screensHandler = 0;
     WorkItemPtr m_finishHide;
     WorkItemPtr m_grabRetry;
     WorkItemPtr m_preWarmTimeout;

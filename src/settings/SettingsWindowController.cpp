@@ -19,6 +19,8 @@
 #include <QQuickView>
 #include <QScreen>
 
+#include <algorithm>
+
 #include <cstdio>
 
 namespace valimbra {
@@ -88,14 +90,26 @@ void SettingsWindowController::createWindow() {
     m_view->installEventFilter(this);
     m_recorder->setWindow(m_view.get());
 
-    // Centred once, on the screen under the pointer; later showings keep where the user put it.
+    centreOnPointerScreen();
+}
+
+// Centred once, on the screen under the pointer; later showings keep where the user put it,
+// unless that place is on no screen any more (its screen was unplugged meanwhile).
+void SettingsWindowController::centreOnPointerScreen() {
     QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
     if (screen) {
         const QRect area = screen->availableGeometry();
-        m_view->setPosition(area.center() - QPoint(width / 2, height / 2));
+        m_view->setPosition(area.center() - QPoint(m_view->width() / 2, m_view->height() / 2));
     }
+}
+
+bool SettingsWindowController::isOnAScreen() const {
+    const QRect frame = m_view->frameGeometry();
+    const auto screens = QGuiApplication::screens();
+    return std::any_of(screens.begin(), screens.end(),
+                       [&](const QScreen* s) { return s->availableGeometry().intersects(frame); });
 }
 
 void SettingsWindowController::show() {
@@ -106,6 +120,8 @@ void SettingsWindowController::show() {
     }
     if (!m_view)
         createWindow();
+    else if (!m_view->isVisible() && !isOnAScreen())
+        centreOnPointerScreen();
     m_navigation->consumeRequest();
     m_general->refreshLaunchAtLogin();
     const bool wasVisible = m_view->isVisible();

@@ -57,6 +57,8 @@ protected:
 private:
     void createWindow();
     void bringToFront();
+    void centreOnPointerScreen();
+    bool isOnAScreen() const;
 
     SettingsServices m_services;
     std::unique_ptr<SettingsNavigation> m_navigation;

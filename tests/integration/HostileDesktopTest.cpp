@@ -1,6 +1,7 @@
 // The real valimbra on a desktop that misbehaves: window storms, windows that vanish while the
 // switcher uses them, the window manager replaced and the compositor restarted, an enormous icon,
-// and the X server going away. After each, the switcher shows what the window manager reports.
+// a second screen plugged in and out, and the X server going away. After each, the switcher
+// shows what the window manager reports.
 #include "AccessibleFixture.h"
 
 #include <QFile>
@@ -58,6 +59,10 @@ protected:
         return ::testing::AssertionFailure()
                << "the switcher lists " << shown.join(u", ").toStdString() << "; the desktop has "
                << expected.join(u", ").toStdString();
+    }
+    bool panelAt(int x, int y) const {
+        const auto g = panel();
+        return g && g->x == x && g->y == y;
     }
     bool alive() {
         return s->isRunning(valimbra) && toggle() && waitOpen() && key(u"Escape"_qs) &&
@@ -135,6 +140,79 @@ TEST_F(HostileDesktopTest, AHundredMegabyteIconNeitherStopsNorBloatsIt) {
         }
 }
 
+// A panel with a strut appears along the top while the switcher is open there: the switcher moves
+// below it; when the panel goes, the switcher, still wholly on the screen, stays.
+TEST_F(HostileDesktopTest, TheSwitcherMakesRoomForAPanelThatAppearsAboveIt) {
+    pointer(600, 400);
+    ASSERT_TRUE(toggle());
+    ASSERT_TRUE(waitOpen());
+    ASSERT_TRUE(panelAt(600 - 360, 40));
+    const pid_t strut = startHelper(
+        {u"--class"_qs, u"TopPanel"_qs, u"--type"_qs, u"dock"_qs, u"--strut-top"_qs, u"50"_qs});
+    EXPECT_TRUE(XSession::waitUntil([&] { return panelAt(600 - 360, 50); }));
+    s->stop(strut);
+    QThread::msleep(500); // the work area has grown again
+    EXPECT_TRUE(panelAt(600 - 360, 50));
+}
+
+// A second screen to the right of the first (the session leaves room for it), plugged in and out.
+class SecondScreenTest : public HostileDesktopTest {
+protected:
+    void SetUp() override {
+        if (qgetenv("VALIMBRA_TEST_SCREENS") != "2")
+            GTEST_SKIP() << "needs a session started with VALIMBRA_TEST_SCREENS=2";
+        HostileDesktopTest::SetUp();
+    }
+    // Opens the switcher under the pointer and tells whether its panel is at `x`, `y`.
+    bool opensAt(int x, int y) {
+        if (!toggle() || !waitOpen())
+            return false;
+        const bool there = panelAt(x, y);
+        key(u"Escape"_qs);
+        return waitClosed() && there;
+    }
+    std::optional<Geometry> settingsWindow() const {
+        const auto ids =
+            xdotool({u"search"_qs, u"--onlyvisible"_qs, u"--name"_qs, u"^Valimbra$"_qs});
+        return ids && !ids->trimmed().isEmpty() ? geometry(ids->trimmed()) : std::nullopt;
+    }
+};
+
+TEST_F(SecondScreenTest, TheSwitcherOpensOnItAndLeavesWithIt) {
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_TRUE(s->setSecondScreen(1280));
+        pointer(1920, 400);
+        // Centred on the pointer, once Qt has heard of the new screen.
+        ASSERT_TRUE(XSession::waitUntil([&] { return opensAt(1920 - 360, 400 - 360); }, 10000));
+        if (round == 0) { // the settings, closed while on it
+            ASSERT_TRUE(openSettings(u"General"_qs));
+            const auto w = settingsWindow();
+            ASSERT_TRUE(w && w->x >= 1280) << "opened on the screen under the pointer";
+            ASSERT_TRUE(key(u"alt+F4"_qs));
+            ASSERT_TRUE(atspi({u"gone"_qs, u"Trigger via"_qs}));
+        }
+        // Taken out under the open switcher: the panel follows, to the remaining screen's edge
+        // nearest the pointer (which is on no screen now, so the main one).
+        ASSERT_TRUE(toggle());
+        ASSERT_TRUE(waitOpen());
+        ASSERT_TRUE(s->setSecondScreen(0));
+        EXPECT_TRUE(XSession::waitUntil([&] { return panelAt(1280 - 720, 40); }));
+        ASSERT_TRUE(key(u"Escape"_qs));
+        ASSERT_TRUE(waitClosed());
+        EXPECT_TRUE(opensAt(1280 - 720, 40)) << "opened again with the pointer off every screen";
+        if (round == 0) {
+            ASSERT_TRUE(openSettings(u"General"_qs));
+            const auto w = settingsWindow();
+            EXPECT_TRUE(w && w->x >= 0 && w->x + w->width <= 1280) << "back on a screen";
+            ASSERT_TRUE(key(u"alt+F4"_qs));
+            ASSERT_TRUE(atspi({u"gone"_qs, u"Trigger via"_qs}));
+        }
+    }
+    EXPECT_TRUE(alive());
+    EXPECT_TRUE(converges());
+}
+
 // On an X server of its own, which then goes away: Valimbra says so in one line and exits.
 TEST_F(HostileDesktopTest, WhenTheXServerGoesItExitsWithOneLine) {
     s->stop(valimbra);
@@ -168,12 +246,13 @@ TEST_F(HostileDesktopTest, WhenTheXServerGoesItExitsWithOneLine) {
     qputenv("DISPLAY", ours);
     ASSERT_TRUE(ready) << "valimbra never answered on its own display";
     ASSERT_TRUE(status.has_value()) << "still running without its X server";
-    EXPECT_TRUE(WIFEXITED(*status)) << "ended by signal " << WTERMSIG(*status);
+    ASSERT_TRUE(WIFEXITED(*status)) << "ended by signal " << WTERMSIG(*status);
+    EXPECT_EQ(WEXITSTATUS(*status), 1);
     QFile file(log);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
     ASSERT_EQ(lines.size(), 1) << file.fileName().toStdString();
-    EXPECT_TRUE(lines.first().startsWith("[Valimbra] ")) << lines.first().toStdString();
+    EXPECT_EQ(lines.first().toStdString(), "[Valimbra] The X server went away; Valimbra quits.");
 }
 
 } // namespace

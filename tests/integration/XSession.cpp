@@ -168,6 +168,12 @@ XSession::XSession(Options options)
 
     try {
         startServer();
+        // The output's own monitor becomes the left half; the right half is covered by no screen.
+        if (m_options.roomForSecondScreen &&
+            !run({QStringLiteral("xrandr"), QStringLiteral("--setmonitor"),
+                  QStringLiteral("valimbra-left"), QStringLiteral("1280/338x800/211+0+0"),
+                  QStringLiteral("screen")}))
+            throw std::runtime_error("xrandr cannot split the screen");
         if (m_options.windowManager) {
             pid_t wm = 0;
             if (m_options.xfwm4) {
@@ -229,7 +235,9 @@ void XSession::startServer() {
         throw std::runtime_error("pipe failed");
     const Spawned server =
         forkExec({QStringLiteral("Xvfb"), QStringLiteral("-displayfd"), QStringLiteral("3"),
-                  QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x800x24"),
+                  QStringLiteral("-screen"), QStringLiteral("0"),
+                  m_options.roomForSecondScreen ? QStringLiteral("2560x800x24")
+                                                : QStringLiteral("1280x800x24"),
                   QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset")},
                  artifactsDir() + QLatin1String("/Xvfb.log"), fds[1], 3);
     ::close(fds[1]);
@@ -261,6 +269,17 @@ void XSession::startServer() {
     if (xcb_connection_has_error(m_xcb))
         throw std::runtime_error("cannot connect to Xvfb");
     m_rootWindow = xcb_setup_roots_iterator(xcb_get_setup(m_xcb)).data->root;
+}
+
+bool XSession::setSecondScreen(int width) const {
+    const QString name = QStringLiteral("valimbra-right");
+    const QString geometry =
+        QStringLiteral("%1/%2x800/211+1280+0").arg(width).arg(width * 338 / 1280);
+    return run(width > 0
+                   ? QStringList{QStringLiteral("xrandr"), QStringLiteral("--setmonitor"), name,
+                                 geometry, QStringLiteral("none")}
+                   : QStringList{QStringLiteral("xrandr"), QStringLiteral("--delmonitor"), name})
+        .has_value();
 }
 
 void XSession::waitForSelection(const char* selection, pid_t owner, const char* what) {

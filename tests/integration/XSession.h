@@ -29,6 +29,9 @@ public:
         bool trayAtTop = false; // the tray along the top edge, centred, instead of bottom right
         // xfwm4 (focus-stealing prevention on) instead of openbox.
         bool xfwm4 = false;
+        // A framebuffer twice as wide with one 1280 x 800 screen on its left half, so that
+        // setSecondScreen() can plug a second one in beside it.
+        bool roomForSecondScreen = false;
     };
 
     // Throws std::runtime_error when a part of the session does not come up.
@@ -74,6 +77,10 @@ public:
     std::optional<xcb_window_t> waitForWindowOfPid(pid_t pid, int timeoutMs = 10000) const;
     std::optional<xcb_window_t> waitForWindowOfClass(const QString& wmClass,
                                                      int timeoutMs = 10000) const;
+
+    // Plugs a second screen, `width` x 800, in to the right of the first, or takes it out again
+    // with 0; as RandR monitors, since Xvfb has one output and cannot add another.
+    bool setSecondScreen(int width) const;
 
     // Saves the screen as <name>.png in the artifacts directory and returns the path.
     QString screenshot(const QString& name) const;

@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
         valimbra::testing::XSession::Options options;
         options.xfwm4 = qgetenv("VALIMBRA_TEST_WM") == "xfwm4";
         options.trayAtTop = qgetenv("VALIMBRA_TEST_TRAY_EDGE") == "top";
+        options.roomForSecondScreen = qgetenv("VALIMBRA_TEST_SCREENS") == "2";
         session = std::make_unique<valimbra::testing::XSession>(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "cannot start the X session: %s\n", e.what());

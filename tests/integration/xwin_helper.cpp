@@ -3,9 +3,12 @@
 //
 //   xwin_helper [--class NAME] [--count N] [--type normal|dialog|utility|toolbar|dock|splash]
 //               [--then TYPE] [--skip-taskbar] [--no-pid] [--storm N] [--icon-mb N]
+//               [--strut-top N]
 // --then gives the type of the windows opened on SIGUSR2 (a splash screen first, the main
 // window later). --storm opens and destroys N more windows as fast as X allows, then exits.
 // --icon-mb gives each window a _NET_WM_ICON of about N megabytes (a true one, in chunks).
+// --strut-top makes each window a panel N pixels high along the top of the first 1280 pixels,
+// reserving that space (the work area shrinks).
 #include <xcb/xcb.h>
 
 #include <poll.h>
@@ -39,6 +42,7 @@ struct Options {
     bool setPid = true;
     int storm = 0;
     int iconMegabytes = 0;
+    int strutTop = 0;
 };
 
 // A square icon of about `megabytes`, appended in 4 MB requests (below the server's limit).
@@ -88,6 +92,16 @@ xcb_window_t openWindow(xcb_connection_t* c, xcb_screen_t* s, const Options& o, 
     }
     if (o.iconMegabytes > 0)
         setHugeIcon(c, w, o.iconMegabytes);
+    if (o.strutTop > 0) {
+        const uint32_t size[] = {1280, uint32_t(o.strutTop)};
+        xcb_configure_window(c, w, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+        // left, right, top, bottom, then the start and end of each along its edge
+        const uint32_t strut[12] = {0, 0, uint32_t(o.strutTop), 0, 0, 0, 0, 0, 0, 1279, 0, 0};
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, atom(c, "_NET_WM_STRUT_PARTIAL"),
+                            XCB_ATOM_CARDINAL, 32, 12, strut);
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, atom(c, "_NET_WM_STRUT"),
+                            XCB_ATOM_CARDINAL, 32, 4, strut);
+    }
     xcb_map_window(c, w);
     xcb_flush(c);
     return w;
@@ -115,6 +129,8 @@ int main(int argc, char** argv) {
             o.storm = atoi(argv[++i]);
         else if (a == "--icon-mb" && i + 1 < argc)
             o.iconMegabytes = atoi(argv[++i]);
+        else if (a == "--strut-top" && i + 1 < argc)
+            o.strutTop = atoi(argv[++i]);
     }
     sigset_t mask;
     sigemptyset(&mask);

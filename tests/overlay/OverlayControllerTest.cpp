@@ -67,6 +67,41 @@ TEST_F(Panel, OpensCentredOnThePointerAndClosesAfterTheDelay) {
     EXPECT_FALSE(controller->isOnScreen());
 }
 
+// Opened on a second screen at 1920,0 (pointer at 2500,500), then the screens change.
+TEST_F(Panel, MovesOnlyWhenTheScreensNoLongerHoldIt) {
+    const ScreenInfo main{QRectF(0, 0, 1920, 1080), QRectF(0, 30, 1920, 1050)};
+    const ScreenInfo second{QRectF(1920, 0, 1280, 1024), QRectF(1920, 0, 1280, 1024)};
+    const ScreenInfo third{QRectF(-1280, 0, 1280, 1024), QRectF(-1280, 0, 1280, 1024)};
+    const ScreenInfo narrower{QRectF(1920, 0, 900, 1024), QRectF(1920, 0, 900, 1024)};
+    const struct {
+        const char* change;
+        QList<ScreenInfo> screens;
+        QRectF expected;
+    } rows[] = {
+        {"a third screen added", {main, second, third}, QRectF(2140, 140, 720, 720)},
+        {"its screen made narrower", {main, narrower}, QRectF(2100, 140, 720, 720)},
+        {"its screen unplugged: the main one", {main}, QRectF(1200, 140, 720, 720)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.change);
+        fake.screens.setScreens({main, second});
+        fake.screens.setPointer({2500, 500});
+        engine->show();
+        ASSERT_EQ(controller->panelGeometry(), QRectF(2140, 140, 720, 720));
+        int moves = 0;
+        const auto counted =
+            QObject::connect(controller.get(), &OverlayWindowController::moved, [&] { ++moves; });
+        fake.screens.setScreens(row.screens);
+        EXPECT_EQ(controller->panelGeometry(), row.expected);
+        EXPECT_EQ(moves, row.expected.x() == 2140 ? 0 : 1) << "the views' hover gate is reset";
+        QObject::disconnect(counted);
+        engine->hide();
+        fake.scheduler.advance(500ms);
+        fake.screens.setScreens({main, second});
+        EXPECT_FALSE(controller->isOnScreen()) << "a closed panel stays parked";
+    }
+}
+
 TEST_F(Panel, ReopeningDuringTheDelayKeepsThePanelAndHandsNothingBack) {
     fake.workspace.setFrontmost(99); // our own window was in front
     engine->show();

@@ -12,20 +12,8 @@ Item {
     property bool iris: false
 
     readonly property bool open: controller.shown && switcher.isVisible
-    // Hover counts only once the pointer has moved since the opening: items that slide under a
-    // resting pointer must not take the highlight, let alone start the dwell.
-    property bool pointerMoved: false
-    property point pointerAtOpen: Qt.point(-1, -1)
-    onOpenChanged: { pointerMoved = false; pointerAtOpen = Qt.point(-1, -1) }
-    HoverHandler {
-        onPointChanged: {
-            const p = point.position
-            if (view.pointerAtOpen.x < 0)
-                view.pointerAtOpen = p
-            else if (!view.pointerMoved && Math.abs(p.x - view.pointerAtOpen.x) + Math.abs(p.y - view.pointerAtOpen.y) > 4)
-                view.pointerMoved = true
-        }
-    }
+    readonly property alias pointerMoved: gate.pointerMoved
+    HoverGate { id: gate; open: view.open; controller: view.controller }
     readonly property real cardHalf: 36
     readonly property real discRadius: Math.max(ringModel.radius + 8 + cardHalf + 22, 96)
     // The caption sits at the centre when the ring leaves room for it, else on the disc's lower

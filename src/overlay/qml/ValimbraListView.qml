@@ -10,20 +10,8 @@ Item {
     property string animation: "iris"
 
     readonly property bool open: controller.shown && switcher.isVisible
-    // Hover counts only once the pointer has moved since the opening: items that slide under a
-    // resting pointer must not take the highlight, let alone start the dwell.
-    property bool pointerMoved: false
-    property point pointerAtOpen: Qt.point(-1, -1)
-    onOpenChanged: { pointerMoved = false; pointerAtOpen = Qt.point(-1, -1) }
-    HoverHandler {
-        onPointChanged: {
-            const p = point.position
-            if (view.pointerAtOpen.x < 0)
-                view.pointerAtOpen = p
-            else if (!view.pointerMoved && Math.abs(p.x - view.pointerAtOpen.x) + Math.abs(p.y - view.pointerAtOpen.y) > 4)
-                view.pointerMoved = true
-        }
-    }
+    readonly property alias pointerMoved: gate.pointerMoved
+    HoverGate { id: gate; open: view.open; controller: view.controller }
     readonly property int count: switcher.displayedCount
     readonly property int rowHeight: 52
     readonly property real panelWidth: 440
