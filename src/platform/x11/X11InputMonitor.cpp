@@ -31,6 +31,7 @@
 #include <algorithm>
 #include <bitset>
 #include <map>
+#include <vector>
 
 namespace valimbra::x11 {
 namespace {
@@ -113,9 +114,14 @@ struct X11InputMonitor::Private {
     void refreshKeymap();
     quint32 heldModifierMask();
     bool deliverGlobal(const InputEvent& ev);
+    // Raw events carry the physical button; everything else, and the user, know the one the
+    // button map makes of it (left-handed, or middle and right swapped). map[physical - 1].
+    std::vector<quint8> buttonMap;
+    bool buttonMapStale = true;
+    quint32 mappedButton(quint32 physical);
     // One press reaches us twice, as a raw event and, on our own window, as Qt's event; the X
-    // server time tells them apart from two presses (not the button: the raw event carries the
-    // physical one, before the user's button map). Whichever path took it first keeps it.
+    // server time tells them apart from two presses (the raw event's button is not Qt's).
+    // Whichever path took it first keeps it.
     std::optional<quint32> deliveredGlobally; // server times of the last presses
     std::optional<quint32> deliveredLocally;
     QString characters(quint32 keycode, quint64 flags);
@@ -296,6 +302,8 @@ bool X11InputMonitor::Private::onEvent(xcb_generic_event_t* ev) {
         }
     }
     if (type == XCB_MAPPING_NOTIFY) {
+        if (reinterpret_cast<xcb_mapping_notify_event_t*>(ev)->request == XCB_MAPPING_POINTER)
+            buttonMapStale = true;
         modifierMapStale = true;
         keymapStale = true;
     } else if (xkbEventBase != 0 && type == xkbEventBase) {
@@ -400,12 +408,27 @@ void X11InputMonitor::Private::onRawKey(quint32 keycode, bool press) {
     deliverGlobal(ev);
 }
 
+quint32 X11InputMonitor::Private::mappedButton(quint32 physical) {
+    if (buttonMapStale) {
+        buttonMapStale = false;
+        buttonMap.clear();
+        xcb_connection_t* c = x.xcb();
+        if (auto* r = xcb_get_pointer_mapping_reply(c, xcb_get_pointer_mapping(c), nullptr)) {
+            const quint8* map = xcb_get_pointer_mapping_map(r);
+            buttonMap.assign(map, map + xcb_get_pointer_mapping_map_length(r));
+            free(r);
+        }
+    }
+    return physical >= 1 && physical <= buttonMap.size() ? buttonMap[physical - 1] : physical;
+}
+
 void X11InputMonitor::Private::onRawButton(quint32 button, quint32 flags, quint32 time) {
     if (flags & kPointerEmulated)
         return;
     if (deliveredLocally == time)
         return;
     InputEvent ev;
+    button = mappedButton(button);
     switch (button) {
     case 1:
         ev.type = InputEventType::LeftMouseDown;
