@@ -1,6 +1,7 @@
 // The first run on the fake platform: the once-only welcome and its completion, the hold-key
 // line, the demonstration's rhythm on the virtual clock, and the hint beside the tray icon.
 #include "onboarding/HintPlacement.h"
+#include "onboarding/OnboardingImageProvider.h"
 #include "onboarding/OnboardingRingDemo.h"
 #include "onboarding/ValimbraMenuBarHintWindowController.h"
 #include "onboarding/ValimbraOnboardingWindowController.h"
@@ -122,6 +123,24 @@ TEST(Onboarding, TheDemoFansOutAfterHalfASecondThenEvery3Point6SecondsUntilStopp
 }
 
 // A tray icon on each edge of a 1280 x 800 screen, near corners, and on a second screen.
+// Qt asks a HiDPI screen's image in device pixels: the shadow must be the same picture, finer.
+TEST(Onboarding, TheIconShadowAtTwiceTheSizeIsTheSameShadow) {
+    OnboardingImageProvider provider;
+    const int side = OnboardingImageProvider::shadowSide;
+    const QImage one = provider.requestImage(u"icon-shadow"_qs, nullptr, {side, side});
+    const QImage two = provider.requestImage(u"icon-shadow"_qs, nullptr, {2 * side, 2 * side});
+    ASSERT_EQ(two.size(), QSize(2 * side, 2 * side));
+    int worst = 0;
+    for (int y = 0; y < side; ++y)
+        for (int x = 0; x < side; ++x) {
+            int fine = 0;
+            for (int k = 0; k < 4; ++k)
+                fine += qAlpha(two.pixel(2 * x + k % 2, 2 * y + k / 2));
+            worst = std::max(worst, std::abs(fine / 4 - qAlpha(one.pixel(x, y))));
+        }
+    EXPECT_LE(worst, 16);
+}
+
 TEST(HintPlacement, ThePillPointsAtTheIconFromInsideTheScreen) {
     const QRectF screen(0, 0, 1280, 800);
     struct Row {
