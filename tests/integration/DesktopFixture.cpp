@@ -73,8 +73,6 @@ void DesktopTest::TearDown() {
 pid_t DesktopTest::startHelper(const QStringList& args, xcb_window_t* firstWindow) {
     const pid_t pid = s->spawn(QStringList{QStringLiteral(XWIN_HELPER_PATH)} + args);
     extra.append(pid);
-    if (args.contains(QStringLiteral("--no-pid")))
-        return pid;
     const auto w = s->waitForWindowOfPid(pid);
     EXPECT_TRUE(w) << "the window helper did not map a window";
     if (firstWindow && w)

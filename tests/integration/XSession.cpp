@@ -139,9 +139,6 @@ QString XSession::artifactsDir() {
     return dir;
 }
 
-XSession::XSession()
-    : XSession(Options{}) {}
-
 XSession::XSession(Options options)
     : m_options(options)
     , m_root(QDir::tempPath() + QLatin1String("/valimbra-xsession-XXXXXX")) {

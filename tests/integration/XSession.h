@@ -35,7 +35,6 @@ public:
     };
 
     // Throws std::runtime_error when a part of the session does not come up.
-    XSession();
     explicit XSession(Options options);
     ~XSession();
     XSession(const XSession&) = delete;

@@ -9,7 +9,6 @@ Commands (each waits up to 10 s for what it needs, exit status 0 on success):
     state NAME [ROLE]   prints its states: "checked", "enabled", "showing", one per line
     exists NAME [ROLE]  succeeds once a showing object called NAME exists
     gone NAME [ROLE]    succeeds once no showing object is called NAME
-    text NAME           prints the object's text (or its name when it has no text)
     tree                prints every showing object as "role<TAB>name"
 ROLE is an AT-SPI role name as pyatspi spells it ("push button", "check box", "radio button").
 """
@@ -107,13 +106,6 @@ def main():
                              ('showing', pyatspi.STATE_SHOWING)):
             if states.contains(state):
                 print(label)
-        return 0
-    if command == 'text':
-        try:
-            text = obj.queryText()
-            print(text.getText(0, text.characterCount))
-        except NotImplementedError:
-            print(obj.name)
         return 0
     sys.exit('unknown command ' + command)
 

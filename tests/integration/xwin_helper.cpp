@@ -2,7 +2,7 @@
 // and state, opens one more on SIGUSR2 and destroys the newest on SIGUSR1.
 //
 //   xwin_helper [--class NAME] [--count N] [--type normal|dialog|utility|toolbar|dock|splash]
-//               [--then TYPE] [--skip-taskbar] [--no-pid] [--storm N] [--icon-mb N]
+//               [--then TYPE] [--skip-taskbar] [--storm N] [--icon-mb N]
 //               [--strut-top N]
 // --then gives the type of the windows opened on SIGUSR2 (a splash screen first, the main
 // window later). --storm opens and destroys N more windows as fast as X allows, then exits.
@@ -39,7 +39,6 @@ struct Options {
     std::string type = "normal";
     std::string then;
     bool skipTaskbar = false;
-    bool setPid = true;
     int storm = 0;
     int iconMegabytes = 0;
     int strutTop = 0;
@@ -74,11 +73,9 @@ xcb_window_t openWindow(xcb_connection_t* c, xcb_screen_t* s, const Options& o, 
     const std::string title = o.cls + " " + std::to_string(index);
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                         uint32_t(title.size()), title.data());
-    if (o.setPid) {
-        const uint32_t pid = uint32_t(getpid());
-        xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, atom(c, "_NET_WM_PID"), XCB_ATOM_CARDINAL,
-                            32, 1, &pid);
-    }
+    const uint32_t pid = uint32_t(getpid());
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, atom(c, "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32,
+                        1, &pid);
     std::string typeName = "_NET_WM_WINDOW_TYPE_" + o.type;
     for (char& ch : typeName)
         ch = char(toupper(ch));
@@ -123,8 +120,6 @@ int main(int argc, char** argv) {
             o.then = argv[++i];
         else if (a == "--skip-taskbar")
             o.skipTaskbar = true;
-        else if (a == "--no-pid")
-            o.setPid = false;
         else if (a == "--storm" && i + 1 < argc)
             o.storm = atoi(argv[++i]);
         else if (a == "--icon-mb" && i + 1 < argc)

@@ -170,6 +170,8 @@ TEST_F(Panel, ScrollStepsEachEventAlone) {
     EXPECT_EQ(engine->highlightIndex(), 0);
     controller->handleScroll(1.5, -1.0);
     EXPECT_EQ(engine->highlightIndex(), 0);
+    controller->handleScroll(2.0, 0); // the threshold itself is no step
+    EXPECT_EQ(engine->highlightIndex(), 0);
     controller->handleScroll(-3.0, 0);
     EXPECT_EQ(engine->highlightIndex(), 1);
 }

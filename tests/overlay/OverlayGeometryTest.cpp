@@ -81,13 +81,6 @@ TEST(ScreenChoice, PointerScreenThenMainThenNone) {
     EXPECT_FALSE(screenForPointer({}, std::nullopt, {10, 10}));
 }
 
-TEST(Scroll, AxesSumAndEachEventStandsAlone) {
-    EXPECT_EQ(scrollStep(1.5, 1.0), 1);
-    EXPECT_EQ(scrollStep(1.5, -1.0), 0);
-    EXPECT_EQ(scrollStep(-3.0, 0.0), -1);
-    EXPECT_EQ(scrollStep(2.0, 0.0), 0);
-}
-
 TEST(Drag, FortyPointsAlongTheRingSwapOnePlace) {
     EXPECT_EQ(dragSwapStep(0, {39, 0}), 0);
     EXPECT_EQ(dragSwapStep(0, {41, 0}), 1);

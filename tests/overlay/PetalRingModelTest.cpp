@@ -2,6 +2,7 @@
 #include "catalogue/PinnedAppsManager.h"
 #include "core/AppSwitcherEngine.h"
 #include "platform/fake/FakePlatform.h"
+#include "support/SampleApps.h"
 
 #include <QSignalSpy>
 
@@ -11,10 +12,6 @@ using namespace valimbra;
 using namespace std::chrono_literals;
 
 namespace {
-
-QUrl desktopFile(const QString& id) {
-    return QUrl(u"file:///usr/share/applications/%1.desktop"_qs.arg(id));
-}
 
 // The ring over a real engine on the fake desktop.
 class Ring : public ::testing::Test {

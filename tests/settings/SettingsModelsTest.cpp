@@ -126,10 +126,6 @@ TEST_F(Settings, RecordingAShortcutSwitchesToItAndClearingItGoesBackToHolding) {
 
 TEST_F(Settings, TheHoldKeyPickerSwitchesTheRunningMonitorAtOnce) {
     GeneralPaneModel general(services);
-    QStringList labels;
-    for (const QVariant& o : general.holdOptions())
-        labels << o.toMap().value(u"label"_qs).toString();
-    EXPECT_EQ(labels, (QStringList{u"Alt"_qs, u"Ctrl"_qs, u"Super"_qs}));
     general.setHoldModifier(u"command"_qs);
     EXPECT_EQ(engine->holdMonitor().modifier(), HoldModifier::command);
     general.setHoldModifier(u"hyper"_qs); // stored, but not applied
@@ -142,10 +138,6 @@ TEST_F(Settings, TabLaunchDelayAndLoginFollowWhatIsStoredAndTheSystem) {
     GeneralPaneModel general(services);
     EXPECT_TRUE(general.tabDwellEnabled());
     EXPECT_EQ(general.tabDwellDelay(), 0.5);
-    QList<double> delays;
-    for (const QVariant& o : general.delayOptions())
-        delays << o.toMap().value(u"value"_qs).toDouble();
-    EXPECT_EQ(delays, (QList<double>{0.3, 0.5, 0.8, 1.0}));
     general.setTabDwellDelay(0.8);
     EXPECT_EQ(fake.settings.doubleValue(u"valimbra.hoverLaunchDelay"_qs), 0.8);
 
@@ -158,7 +150,6 @@ TEST_F(Settings, TabLaunchDelayAndLoginFollowWhatIsStoredAndTheSystem) {
     EXPECT_FALSE(general.launchAtLogin());
     general.refreshLaunchAtLogin(); // the next showing tells the truth
     EXPECT_TRUE(general.launchAtLogin());
-    EXPECT_EQ(general.versionText(), u"1.0.0"_qs);
 }
 
 TEST_F(Settings, ARequestedPaneOpensAtOnceAndATapCrossFades) {
@@ -185,8 +176,6 @@ TEST_F(Settings, ARequestedPaneOpensAtOnceAndATapCrossFades) {
     EXPECT_EQ(nav.displayedPane(), u"Appearance"_qs);
     EXPECT_EQ(nav.detailOpacity(), 1.0);
     EXPECT_TRUE(nav.animateDetail());
-    EXPECT_EQ(nav.panes(), (QStringList{u"General"_qs, u"Appearance"_qs, u"Favourites"_qs,
-                                        u"Ignored"_qs, u"About"_qs}));
 }
 
 TEST_F(Settings, AnimationLabelsFollowTheStyleAndNeverRewriteTheStoredValue) {
@@ -216,8 +205,6 @@ TEST_F(Settings, AnimationLabelsFollowTheStyleAndNeverRewriteTheStoredValue) {
     }
     EXPECT_EQ(stored(u"valimbra.animationStyle"_qs), u"iris"_qs);
     appearance.setSwitcherStyle(u"list"_qs);
-    EXPECT_EQ(appearance.description(),
-              u"All favourites + running apps in a scrollable switcher view"_qs);
     appearance.setSwitcherStyle(u"carousel"_qs); // no such pod
     EXPECT_EQ(stored(u"valimbra.switcherStyle"_qs), u"list"_qs);
 }
