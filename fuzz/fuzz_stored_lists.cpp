@@ -21,51 +21,46 @@ using valimbra::fuzz::require;
 
 namespace {
 
-void favourites(const QByteArray& blob) {
-    const QString key = PinnedAppsManager::storageKey();
-    const auto decoded = json::decodePinnedApps(blob);
+// The favourites and the ignored list load and save alike: what decodes is what loads, and
+// nothing else; a decoded list is saved whole, reads back equal, and saves to the same bytes
+// again. `check` then looks at the reloaded manager.
+template <class Manager, class Record, class Check>
+void loadAndSave(const QByteArray& blob, const QString& key,
+                 const std::optional<QList<Record>>& decoded,
+                 const QList<Record>& (Manager::*list)() const, Check check) {
     MemorySettingsStore store;
     store.setData(key, blob);
-    PinnedAppsManager loaded(store);
-    require(loaded.pinnedApps() == decoded.value_or(QList<PinnedApp>{}));
+    Manager loaded(store);
+    require((loaded.*list)() == decoded.value_or(QList<Record>{}));
     if (!decoded)
         return;
 
     loaded.save();
-    require(loaded.pinnedApps() == *decoded); // a record that loaded is never dropped on save
+    require((loaded.*list)() == *decoded); // a record that loaded is never dropped on save
     const auto saved = store.data(key);
     require(saved.has_value());
-    PinnedAppsManager reloaded(store);
-    require(reloaded.pinnedApps() == *decoded);
+    Manager reloaded(store);
+    require((reloaded.*list)() == *decoded);
     reloaded.save();
     require(store.data(key) == saved);
+    check(reloaded, *decoded);
+}
 
-    // What the switcher makes of a favourite that is not running.
-    for (const PinnedApp& app : *decoded)
-        (void)AppEntry::fromPinned(app, {});
+void favourites(const QByteArray& blob) {
+    loadAndSave(blob, PinnedAppsManager::storageKey(), json::decodePinnedApps(blob),
+                &PinnedAppsManager::pinnedApps, [](const PinnedAppsManager&, const auto& apps) {
+                    // What the switcher makes of a favourite that is not running.
+                    for (const PinnedApp& app : apps)
+                        (void)AppEntry::fromPinned(app, {});
+                });
 }
 
 void ignored(const QByteArray& blob) {
-    const QString key = IgnoreListManager::storageKey();
-    const auto decoded = json::decodeIgnoredApps(blob);
-    MemorySettingsStore store;
-    store.setData(key, blob);
-    IgnoreListManager loaded(store);
-    require(loaded.ignoredApps() == decoded.value_or(QList<IgnoredApp>{}));
-    if (!decoded)
-        return;
-
-    loaded.save();
-    require(loaded.ignoredApps() == *decoded);
-    const auto saved = store.data(key);
-    require(saved.has_value());
-    IgnoreListManager reloaded(store);
-    require(reloaded.ignoredApps() == *decoded);
-    reloaded.save();
-    require(store.data(key) == saved);
-
-    for (const IgnoredApp& app : *decoded)
-        require(reloaded.isIgnored(app.bundleID));
+    loadAndSave(blob, IgnoreListManager::storageKey(), json::decodeIgnoredApps(blob),
+                &IgnoreListManager::ignoredApps, [](const IgnoreListManager& m, const auto& apps) {
+                    for (const IgnoredApp& app : apps)
+                        require(m.isIgnored(app.bundleID));
+                });
 }
 
 void recency(const QByteArray& blob) {
