@@ -87,16 +87,19 @@ QStringList DesktopEntryIndex::defaultDataDirs() {
     return dirs;
 }
 
-QString DesktopEntryIndex::idForPath(const QString& path) const {
-    const QString clean = QDir::cleanPath(path);
+std::optional<QString> DesktopEntryIndex::underApplications(const QString& clean) const {
     for (const QString& d : m_dataDirs) {
         const QString prefix = d + QLatin1String("/applications/");
-        if (clean.startsWith(prefix)) {
-            QString rel = clean.mid(prefix.size());
-            rel.replace(QLatin1Char('/'), QLatin1Char('-'));
-            return stripSuffix(rel);
-        }
+        if (clean.startsWith(prefix))
+            return clean.mid(prefix.size());
     }
+    return std::nullopt;
+}
+
+QString DesktopEntryIndex::idForPath(const QString& path) const {
+    const QString clean = QDir::cleanPath(path);
+    if (auto rel = underApplications(clean))
+        return stripSuffix(rel->replace(QLatin1Char('/'), QLatin1Char('-')));
     return stripSuffix(QFileInfo(clean).fileName());
 }
 
@@ -171,10 +174,7 @@ std::optional<DesktopEntry> DesktopEntryIndex::byPath(const QString& path) const
 }
 
 bool DesktopEntryIndex::isInstalledPath(const QString& path) const {
-    const QString clean = QDir::cleanPath(path);
-    return std::any_of(m_dataDirs.begin(), m_dataDirs.end(), [&](const QString& dir) {
-        return clean.startsWith(dir + u"/applications/"_qs);
-    });
+    return underApplications(QDir::cleanPath(path)).has_value();
 }
 
 quint64 DesktopEntryIndex::generation() const {

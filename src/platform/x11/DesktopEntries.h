@@ -60,6 +60,8 @@ public:
 private:
     // Inside an applications folder of the data directories (not merely anywhere on disk).
     bool isInstalledPath(const QString& path) const;
+    // A clean path's part below an applications folder of the data directories.
+    std::optional<QString> underApplications(const QString& clean) const;
     void refreshIfStale() const;
     void scan() const;
     std::optional<DesktopEntry> lookupIdLocked(const QString& id) const;
