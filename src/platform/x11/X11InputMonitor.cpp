@@ -302,10 +302,13 @@ bool X11InputMonitor::Private::onEvent(xcb_generic_event_t* ev) {
         }
     }
     if (type == XCB_MAPPING_NOTIFY) {
-        if (reinterpret_cast<xcb_mapping_notify_event_t*>(ev)->request == XCB_MAPPING_POINTER)
+        // A new button map leaves the keyboard's alone: rebuilding those costs round trips.
+        if (reinterpret_cast<xcb_mapping_notify_event_t*>(ev)->request == XCB_MAPPING_POINTER) {
             buttonMapStale = true;
-        modifierMapStale = true;
-        keymapStale = true;
+        } else {
+            modifierMapStale = true;
+            keymapStale = true;
+        }
     } else if (xkbEventBase != 0 && type == xkbEventBase) {
         // Qt selects these on the shared connection for its own keyboard; we only listen.
         const quint8 xkbType = reinterpret_cast<const quint8*>(ev)[1];
