@@ -387,8 +387,7 @@ void AppSwitcherEngine::startHoverDwell() {
     if (!settings.boolValue(kHoverLaunchEnabled, true) || !m_highlightIndex || m_isWiggleMode)
         return;
     // A corrupt stored delay must not become an undefined conversion or a wait of years.
-    const double stored = settings.doubleValue(kHoverLaunchDelay, 0.5);
-    const double delay = std::isfinite(stored) ? std::clamp(stored, 0.0, 60.0) : 0.5;
+    const double delay = std::clamp(settings.doubleValue(kHoverLaunchDelay, 0.5), 0.0, 60.0);
     const qint32 id = m_displayedApps.at(*m_highlightIndex).id;
     m_tabDwellWorkItem = m_platform.scheduler->postAfter(
         milliseconds(qint64(delay * 1000.0 + 0.5)), this, [this, id] {

@@ -71,7 +71,7 @@ double SettingsStore::doubleValue(const QString& key, double fallback) const {
         return fallback;
     bool ok = false;
     const double d = v->toDouble(&ok);
-    return ok ? d : fallback;
+    return ok && std::isfinite(d) ? d : fallback; // no delay or date is infinite or NaN
 }
 
 std::optional<QString> SettingsStore::string(const QString& key) const {

@@ -109,6 +109,11 @@ TEST_P(SettingsStoreTest, AnyValueReadsAsAnIntegerWithinRange) {
             s->setString(u"valimbra.n"_qs, stored.toString());
         EXPECT_EQ(s->integer(u"valimbra.n"_qs, -7), expected) << stored.toString().toStdString();
     }
+    for (double unusable :
+         {std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::infinity()}) {
+        s->setDouble(u"valimbra.n"_qs, unusable);
+        EXPECT_EQ(s->doubleValue(u"valimbra.n"_qs, 0.5), 0.5) << "read as absent";
+    }
 }
 
 TEST_P(SettingsStoreTest, RegisteredDefaultsApplyOnlyToNeverWrittenKeysAndChangesSignal) {
