@@ -45,12 +45,26 @@ QByteArray unescaped(const QByteArray& value) {
         }
         qsizetype j = hex ? i + 1 : i;
         uint code = 0;
-        while (j < value.size() && isDigit(value[j]))
-            code = code * (hex ? 16 : 8) + uint(QByteArray(1, value[j++]).toUInt(nullptr, 16));
+        for (; j < value.size() && isDigit(value[j]); ++j) {
+            const char d = value[j];
+            code = code * (hex ? 16 : 8) + uint(d <= '9' ? d - '0' : (d | 0x20) - 'a' + 10);
+        }
         out += char(code & 0xff);
         i = j - 1;
     }
     return out;
+}
+
+// Whether the text can spell "@Variant(" at all: written out, or behind any escape but the two
+// our own values use (\" and \\ inside "@ByteArray(...)"), or across a continued line.
+bool mayHoldOpaqueValue(const QByteArray& text) {
+    if (text.contains("iant("))
+        return true;
+    for (qsizetype i = text.indexOf('\\'); i >= 0; i = text.indexOf('\\', i + 2)) {
+        if (i + 1 == text.size() || (text[i + 1] != '"' && text[i + 1] != '\\'))
+            return true;
+    }
+    return false;
 }
 
 // QSettings deserialises "@Variant(...)" values with QDataStream as it reads the file, trusting
@@ -66,7 +80,7 @@ const QString& withoutOpaqueValues(const QString& path) {
         return path;
     const QByteArray text = file.readAll();
     file.close();
-    if (!text.contains("iant(") && !text.contains("\\"))
+    if (!mayHoldOpaqueValue(text))
         return path;
     const QList<QByteArray> lines = text.split('\n');
     QByteArray kept;
